@@ -1,0 +1,24 @@
+// The receiver that a host supplies to be handed the geometry of the scene.
+#pragma once
+
+#include "platform.h"
+
+namespace tessera {
+
+inline constexpr IID IID_IGraphicDataCollector = {
+    0x49EBF4FE, 0xC61E, 0x4572, {0xA7, 0x81, 0x8B, 0x32, 0xA9, 0xFE, 0xF4, 0xFB}};
+
+// Handed to ITessera::ScanGraphicData and called once for each run of points, on the calling thread.
+class IGraphicDataCollector : public IUnknown {
+public:
+    // Receives one triangle strip of a mesh, or one stretch of a polyline that has one stipple code.
+    // points: count points of three doubles, in world coordinates. color: red, green and blue of the element's external
+    // colour, red and blue below 0.15 taken as 0. kind: 0 for a strip, the StippleCode for a stretch of a polyline.
+    // flag: always 1. Both arrays are valid during the call only. What the method returns is not looked at.
+    virtual HRESULT AddPointRun(ULONG count, const double* points, const double* color, int kind, ULONG flag) = 0;
+
+protected:
+    ~IGraphicDataCollector() = default;
+};
+
+}  // namespace tessera

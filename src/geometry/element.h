@@ -1,0 +1,101 @@
+// What every geometry element of a part shares.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+
+#include "component/bbox.h"
+#include "component/matrix.h"
+
+namespace tessera {
+
+class CTriMesh;
+class SpoolFile;
+
+// An RGB colour, channels from 0 to 1.
+struct Color {
+    float red = 0, green = 0, blue = 0;
+};
+
+// Opacity at or above this is drawn in the opaque pass, below it in the transparent one.
+constexpr float kOpaqueAlpha = 0.95f;
+// Opacity at or below this is not drawn at all.
+constexpr float kInvisibleAlpha = 0.005f;
+// SetTransparency ignores levels from here on.
+constexpr float kAlphaLimit = 1.01f;
+
+// How an element looks and how it is cut. A part writes these fields directly, in a loop over its elements.
+struct ElementState {
+    Vec3 clipPoint{0, 0, 0}, clipNormal{1, 0, 0};  // section plane, world frame
+    int sectionEnabled = 1;                        // section lines and clipping are drawn
+    int planeClipOn = 0;                           // together with sectionEnabled: the clip plane is on
+    int transparentSection = 0;
+    int vertexVisible = 0;
+    int printing = 0;  // line colours that are almost white are drawn black
+    short shadeMode = 1, optionsShadeMode = 0;
+    short viewingType = 0;                               // 0 perspective, 1 parallel
+    Vec3 cameraPoint{10, 10, 10}, targetPoint{0, 0, 0};  // world frame
+    Color externalColor{0, 0.85f, 0.85f}, internalColor{0, 0.85f, 0};
+    Color backgroundColor{0.19607843f, 0.19607843f, 0.5882353f};  // fill of hidden-line mode
+    Color borderColor{1, 0, 0};                                   // open edges
+    Color edgeColor{1, 1, 0};                                     // hard edges
+    float pickTolerance = 0.05f, zoomFactor = 1.0f;
+    float alpha = 0.99f;  // opacity
+    bool useVertexArray = false;
+};
+
+class CElement : public ElementState {
+public:
+    CElement();
+    virtual ~CElement();
+    CElement(const CElement&) = delete;
+    CElement& operator=(const CElement&) = delete;
+
+    // Writes the bulk of the data to the file and frees it; called by the memory watcher only.
+    virtual void SpoolOut(const std::shared_ptr<SpoolFile>& file);
+    // Brings spooled data back.
+    virtual void Reload() {}
+    virtual void SetSimpleShadeMode(short) {}
+    virtual void AppendTrianglesTo(CTriMesh&) {}
+    // 0 for a mesh, 1 for the other kinds.
+    virtual int GetKind() const { return 0; }
+    // matrix is the accumulated world matrix, already on the modelview stack; kind and pass as docs/opengl.md tells.
+    virtual void Draw(const CMatrix&, int /*kind*/, int /*pass*/) {}
+    virtual void DrawSimple(const CMatrix& matrix) { Draw(matrix, 1, 0); }
+    virtual void ApplyMatrix(const CMatrix&) {}
+    virtual void SetThresholdAngle(float degrees) { thresholdAngle_ = degrees; }
+    virtual void SetPointTolerance(float tolerance) { pointTolerance_ = tolerance; }
+    // Box of the geometry through matrix, then through reference.
+    virtual BBox GetBoundBox(const CMatrix& matrix, bool recompute, const CMatrix& reference);
+    virtual void SetWireVisible(int) {}
+    virtual void SetSurfaceVisible(int) {}
+    virtual void SetPointsVisible(int) {}
+    // Leaves the element empty and reusable; the values differ from those of construction on purpose.
+    virtual void Clear();
+    virtual std::size_t GetMemorySize() const { return 170; }
+
+    // The two surface colours never get darker than 0.2 a channel, so that lit surfaces keep their shape.
+    void SetElementExternalColor(const Color& color);
+    void SetElementInternalColor(const Color& color);
+
+    const BBox& Bounds() const { return bounds_; }
+    float ThresholdAngle() const { return thresholdAngle_; }
+    float PointTolerance() const { return pointTolerance_; }
+    bool IsSpooled() const { return spooled_; }
+
+protected:
+    float thresholdAngle_ = 0;  // degrees
+    float pointTolerance_;
+    BBox bounds_;  // local frame
+
+    // The reader and writer scheme that keeps the memory watcher off a mesh in use: geometry/trimesh_spool.cpp.
+    std::shared_ptr<SpoolFile> spoolFile_;
+    long spoolOffset_ = 0;
+    std::atomic<bool> spooled_{false};  // the spool file holds a copy
+    std::atomic<int> writers_{0}, readers_{0};
+    std::mutex lock_;
+};
+
+}  // namespace tessera

@@ -1,0 +1,241 @@
+// A triangulated surface.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "geometry/element.h"
+#include "geometry/point_blocks.h"
+#include "geometry/tri_normal_table.h"
+
+namespace tessera {
+
+class AngleLimit;
+
+using TriangleIndex = std::uint32_t;
+constexpr TriangleIndex kNoTriangle = 0xffffffffu;
+
+// Edge k of a triangle runs from corner k to corner NextCorner(k).
+constexpr int NextCorner(int k) {
+    return k == 2 ? 0 : k + 1;
+}
+constexpr int PreviousCorner(int k) {
+    return k == 0 ? 2 : k - 1;
+}
+
+struct TriMeshTriangle {
+    // flags
+    static constexpr std::uint8_t kVisited = 1;      // transient; clear between operations
+    static constexpr std::uint8_t kLinked = 16;      // has been linked to its neighbours
+    static constexpr std::uint8_t kResolved = 0xe0;  // the normals of all three corners are assigned
+    // flags2
+    static constexpr std::uint8_t kGivenNormals = 1;        // by the caller: not to be recomputed
+    static constexpr std::uint8_t kTowards = 2, kAway = 4;  // the side turned to the view; transient
+
+    std::uint32_t vertex[3] = {0, 1, 2};                                   // into the mesh's vertices
+    std::uint32_t normal[3] = {0, 0, 0};                                   // into the component's TriNormalTable
+    TriangleIndex neighbour[3] = {kNoTriangle, kNoTriangle, kNoTriangle};  // across edge k
+    std::uint8_t flags = 0, flags2 = 0;
+
+    static constexpr std::uint8_t SmoothBit(int edge) { return static_cast<std::uint8_t>(2 << edge); }
+    static constexpr std::uint8_t ResolvedBit(int corner) { return static_cast<std::uint8_t>(32 << corner); }
+    bool IsSmooth(int edge) const { return (flags & SmoothBit(edge)) != 0; }
+    bool IsResolved(int corner) const { return (flags & ResolvedBit(corner)) != 0; }
+    bool IsAllResolved() const { return (flags & kResolved) == kResolved; }
+    bool HasGivenNormals() const { return (flags2 & kGivenNormals) != 0; }
+    bool LacksNeighbour() const {
+        return neighbour[0] == kNoTriangle || neighbour[1] == kNoTriangle || neighbour[2] == kNoTriangle;
+    }
+    // The corner at a vertex, or the edge towards a neighbour; -1 if there is none.
+    int CornerAt(std::uint32_t v) const { return vertex[0] == v ? 0 : vertex[1] == v ? 1 : vertex[2] == v ? 2 : -1; }
+    int EdgeTo(TriangleIndex t) const {
+        return neighbour[0] == t ? 0 : neighbour[1] == t ? 1 : neighbour[2] == t ? 2 : -1;
+    }
+};
+
+// The points p with normal * p + distance = 0, in a mesh's own frame.
+struct LocalPlane {
+    Vec3 normal;  // unit length
+    double distance;
+};
+
+class CTriMesh final : public CElement {
+public:
+    // Holds the shared side of the mesh's lock: keeps the memory watcher off, and reloads spooled data.
+    class ReadLock {
+    public:
+        explicit ReadLock(CTriMesh& mesh, int pollMilliseconds = 200) : mesh_(mesh) {
+            mesh.LockShared(pollMilliseconds);
+        }
+        ~ReadLock() { mesh_.UnlockShared(); }
+        ReadLock(const ReadLock&) = delete;
+        ReadLock& operator=(const ReadLock&) = delete;
+
+    private:
+        CTriMesh& mesh_;
+    };
+
+    // The table is shared and not owned.
+    explicit CTriMesh(TriNormalTable* normals);
+    ~CTriMesh() override;
+
+    int GetKind() const override { return 0; }
+    void SetSimpleShadeMode(short code) override { simpleShadeMode_ = code; }
+    void SetSurfaceVisible(int visible) override { surfaceVisible_ = visible; }
+    void SetTextureId(unsigned id) { textureId_ = id; }
+    void SetCapping(bool capping) { capping_ = capping; }
+    // Triangles added and accepted; stays valid while the data are spooled.
+    int TriangleCount() const { return triangleCount_; }
+    void ApplyMatrix(const CMatrix& matrix) override;
+    BBox GetBoundBox(const CMatrix& matrix, bool recompute, const CMatrix& reference) override;
+    void RecomputeBounds();
+    void Clear() override;
+    std::size_t GetMemorySize() const override;
+    // Copies of the vertices (3 floats each) and of the corner indices (3 a triangle), made with new[] and the
+    // caller's from then on.
+    void GetArrays(float** points, int* pointFloats, int** indices, int* indexCount);
+
+    // geometry/trimesh_add.cpp. All of these drop what they cannot use without a word.
+    void BeginBuild();
+    void AddTriangle3P(const float p[9]);
+    void AddTriangle3P3N(const float p[9], const float n[9]);
+    void AddTriangle3P4N(const float p[9], const float n[9], const float facet[3]);
+    // numVertices and numNormals count doubles. Values of points that no float can hold are cut down in place.
+    void AddTriangles3P3N(double* points, std::uint32_t numVertices, const std::uint32_t* vertexIndices,
+                          const double* normals, std::uint32_t numNormals, const std::uint32_t* normalIndices,
+                          std::uint32_t numTriangles, bool hasNormals);
+    void AppendTrianglesTo(CTriMesh& target) override;
+
+    // geometry/trimesh_build.cpp
+    void EndBuild();
+    void FlipAll();
+
+    // geometry/trimesh_normals.cpp
+    void SetThresholdAngle(float degrees) override;
+    void ComputeVertexNormals();
+    void ClassifyEdges();
+
+    // geometry/trimesh_tolerance.cpp
+    void SetPointTolerance(float tolerance) override;
+
+    // geometry/trimesh_spool.cpp
+    void SpoolOut(const std::shared_ptr<SpoolFile>& file) override;
+    void Reload() override;
+
+    // render/trimesh_strips.cpp
+    void BuildStrips();
+
+    // render/trimesh_draw.cpp
+    void Draw(const CMatrix& matrix, int kind, int pass) override;
+    void DrawSimple(const CMatrix& matrix) override;
+
+    const std::vector<Vec3>& Vertices() const { return vertices_; }
+    const std::vector<TriMeshTriangle>& Triangles() const { return triangles_; }
+    const std::vector<float>& StripVertices() const { return stripVertices_; }
+    const std::vector<int>& StripLengths() const { return stripLengths_; }
+
+private:
+    struct VertexUse {  // the triangles at a vertex, in order of arrival
+        const TriangleIndex* first;
+        const TriangleIndex* last;
+        const TriangleIndex* begin() const { return first; }
+        const TriangleIndex* end() const { return last; }
+    };
+    VertexUse Incident(std::uint32_t vertex) const {
+        return {incident_.data() + incidentStart_[vertex], incident_.data() + incidentStart_[vertex + 1]};
+    }
+    const Vec3& Corner(const TriMeshTriangle& t, int k) const { return vertices_[t.vertex[k]]; }
+    Vec3 Facet(const TriMeshTriangle& t) const { return FacetNormal(Corner(t, 0), Corner(t, 1), Corner(t, 2)); }
+    std::vector<Vec3> Facets() const;  // unit normals of all triangles
+
+    // geometry/trimesh_add.cpp
+    void Accept(const Vec3 p[3], const Vec3* givenNormals);
+    void AcceptGiven3P3N(Vec3 p[3], Vec3 n[3]);
+
+    // geometry/trimesh_build.cpp
+    void MeasureRawPoints();
+    void Weld();
+    void CountIncident();
+    bool LinkAll();
+    bool LinkTriangles(TriangleIndex a, TriangleIndex b);
+    bool RunsAgainst(TriangleIndex a, TriangleIndex b, int edgeOfA) const;
+    void OrientAll();
+    void OrientNeighbours(TriangleIndex t);
+    void FlipTriangle(TriMeshTriangle& t);
+
+    // geometry/trimesh_normals.cpp
+    void SmoothNormals(const std::vector<Vec3>& facets);
+    void SmoothCorner(TriangleIndex t, int corner, const std::vector<Vec3>& facets, const AngleLimit& near);
+    bool NormalFacesOut(const Vec3& normal, const TriMeshTriangle& t, const Vec3& facet) const;
+    // Sets the smooth bits at the threshold angle; stripEdges, where given, gets one byte a triangle with the
+    // same bits at the angle that strips follow.
+    void ClassifyAll(const std::vector<Vec3>& facets, std::vector<std::uint8_t>* stripEdges);
+
+    // geometry/trimesh_tolerance.cpp
+    void RemoveCollapsed();
+    void MergeVertices();
+    void MergeInto(std::uint32_t kept, std::uint32_t merged, bool first, std::vector<std::vector<TriangleIndex>>& uses);
+
+    // geometry/trimesh_spool.cpp
+    void LockShared(int pollMilliseconds);
+    void UnlockShared();
+    void ReadRecord();
+
+    // render/trimesh_strips.cpp
+    void BuildStrips(const std::vector<Vec3>& facets, const std::vector<std::uint8_t>& stripEdges);
+
+    // render/trimesh_draw.cpp
+    void DrawMode(const CMatrix& matrix, int pass);
+    void DrawFlat();
+    void DrawSmooth();
+    void DrawEnvMap();
+    void DrawHighlight();
+    void DrawHiddenLine(const CMatrix& matrix);
+    void DrawSmoothEdges(bool transparent);
+    void DrawStrips();
+    void DrawStripPoints();
+    void DrawThinnedPoints();
+    void SetMaterials() const;
+    void SetClipPlane(const CMatrix& matrix) const;
+    LocalPlane SectionPlane(const CMatrix& matrix) const;
+
+    // render/trimesh_lines.cpp
+    enum class EdgeKind { None, Open, Hard, Silhouette };
+    void DrawWire(const CMatrix& matrix);
+    void DrawClassifiedLines(const CMatrix& matrix, bool allBlack);
+    void DrawAllEdges();
+    void DrawDashedSilhouette(const CMatrix& matrix);
+    void DrawHardAndOpenEdges();
+    void DrawOpenEdges();
+    void DrawSectionMode(const CMatrix& matrix, int pass);
+    void DrawSectionLines(const CMatrix& matrix);
+    void EmitSection(const CMatrix& matrix, float lift);
+    void DrawVertices(const CMatrix& matrix, int kind);
+    void EmitVertices(const CMatrix& matrix, short mode);
+    void MarkFacing(const CMatrix& matrix);
+    bool IsSilhouetteEdge(TriangleIndex t, int edge) const;
+    EdgeKind KindOf(TriangleIndex t, int edge) const;
+    void EmitEdge(const TriMeshTriangle& t, int edge) const;
+
+    std::vector<Vec3> vertices_;
+    std::vector<TriMeshTriangle> triangles_;  // in order of arrival
+    int triangleCount_ = 0;
+    std::vector<std::uint32_t> incidentStart_;  // per vertex, and one more
+    std::vector<TriangleIndex> incident_;
+    std::vector<float> stripVertices_;  // nx, ny, nz, x, y, z a vertex; all strips back to back
+    std::vector<int> stripLengths_;     // vertices of each strip, ended by -1
+    bool stripsValid_ = false;
+    bool capping_ = false;  // while the mesh is drawn into the stencil buffer
+    bool normalsValid_ = false;
+    bool building_ = false;
+    bool spoolStale_ = false;  // the data have changed since they were spooled
+    short simpleShadeMode_ = 9;
+    int surfaceVisible_ = 1;
+    unsigned textureId_ = 0;  // OpenGL texture name for ShadeEnvMap
+    TriNormalTable* normals_;
+    // What was added since BeginBuild.
+    PointBlocks rawPoints_, rawNormals_;
+    std::vector<std::uint8_t> rawGiven_;  // per triangle: whether rawNormals_ has its three normals
+};
+
+}  // namespace tessera

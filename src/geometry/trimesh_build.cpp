@@ -1,0 +1,216 @@
+// From the triangles as added to welded vertices, neighbours and one orientation a shell.
+#include <algorithm>
+#include <cmath>
+
+#include "geometry/trimesh.h"
+
+namespace tessera {
+namespace {
+
+// An axis along which a mesh is thinner than this gets a box one unit thick.
+constexpr float kThinnestBox = 1e-5f;
+constexpr double kTrianglesPerCell = 20;
+
+void WidenIfThin(float& low, float& high) {
+    if (high - low < kThinnestBox) {
+        low -= 0.5f;
+        high += 0.5f;
+    }
+}
+
+// About twenty triangles a cell, over x and y only, in a frame a little larger than the box.
+CellRule WeldCells(const BBox& box, double triangles) {
+    const double xlow = box.xmin - std::fabs(box.xmin * 0.001), xhigh = box.xmax + std::fabs(box.xmax * 0.001);
+    const double ylow = box.ymin - std::fabs(box.ymin * 0.001), yhigh = box.ymax + std::fabs(box.ymax * 0.001);
+    const double dx = xhigh - xlow, dy = yhigh - ylow;
+    const double columns = std::ceil(std::sqrt(triangles * dx / (dy * kTrianglesPerCell)));
+    const double rows = std::ceil(std::sqrt(triangles * dy / (dx * kTrianglesPerCell)));
+    return {xlow, ylow, columns / dx, rows / dy, true};
+}
+
+// The edge between two corners of a triangle, -1 if they are one corner.
+int EdgeBetween(int a, int b) {
+    const int both = a + b;
+    return a == b ? -1 : both == 1 ? 0 : both == 3 ? 1 : 2;
+}
+
+}  // namespace
+
+void CTriMesh::EndBuild() {
+    if (rawPoints_.Count() == 0) return;
+    {
+        const ToleranceScope tolerance(pointTolerance_);
+        MeasureRawPoints();
+        Weld();
+        CountIncident();
+        if (!LinkAll()) OrientAll();
+    }
+    building_ = false;
+    UnlockShared();
+}
+
+void CTriMesh::MeasureRawPoints() {
+    bounds_ = BBox();
+    for (std::size_t t = 0; t < rawGiven_.size(); ++t)
+        for (int k = 0; k < 3; ++k) bounds_.Add(rawPoints_.Three(t)[k]);
+    WidenIfThin(bounds_.xmin, bounds_.xmax);
+    WidenIfThin(bounds_.ymin, bounds_.ymax);
+    WidenIfThin(bounds_.zmin, bounds_.zmax);
+    bounds_.valid = 1;
+}
+
+void CTriMesh::Weld() {
+    const std::size_t count = rawGiven_.size();
+    CellGrid grid;
+    grid.Reset(WeldCells(bounds_, triangleCount_), pointTolerance_, count / 2 + 500);
+    vertices_.reserve(count / 2 + 500);
+    triangles_.resize(count);
+    std::size_t given = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        rawPoints_.ReleaseBefore(i);
+        const Vec3* p = rawPoints_.Three(i);
+        const Vec3* n = rawGiven_[i] ? rawNormals_.Three(given++) : nullptr;
+        TriMeshTriangle& t = triangles_[i];
+        for (int k = 0; k < 3; ++k) {
+            std::uint32_t index = grid.LookUp(vertices_.data(), p[k], pointTolerance_);
+            if (index == CellGrid::kNone) {
+                index = static_cast<std::uint32_t>(vertices_.size());
+                vertices_.push_back(p[k]);
+                grid.Enter(vertices_.data(), p[k]);
+            }
+            t.vertex[k] = index;
+            if (n) t.normal[k] = normals_->LookUpOrAdd(n[k]);
+        }
+        if (n) {
+            t.flags = TriMeshTriangle::kResolved;
+            t.flags2 = TriMeshTriangle::kGivenNormals;
+        }
+    }
+    vertices_.shrink_to_fit();
+    rawPoints_.Clear();
+    rawNormals_.Clear();
+    std::vector<std::uint8_t>().swap(rawGiven_);
+}
+
+void CTriMesh::CountIncident() {
+    incidentStart_.assign(vertices_.size() + 1, 0);
+    for (const TriMeshTriangle& t : triangles_)
+        for (const std::uint32_t v : t.vertex) ++incidentStart_[v + 1];
+    for (std::size_t v = 0; v < vertices_.size(); ++v) incidentStart_[v + 1] += incidentStart_[v];
+    incident_.resize(3 * triangles_.size());
+    std::vector<std::uint32_t> next(incidentStart_.begin(), incidentStart_.end() - 1);
+    for (TriangleIndex t = 0; t < triangles_.size(); ++t)
+        for (const std::uint32_t v : triangles_[t].vertex) incident_[next[v]++] = t;
+}
+
+// Each triangle takes its neighbours from the later triangles at its corners, in their order: an edge that
+// three triangles use joins the first two. Gives whether all neighbours run their edge in opposite directions.
+bool CTriMesh::LinkAll() {
+    bool consistent = true;
+    std::vector<std::uint32_t> later(incidentStart_.begin(), incidentStart_.end() - 1);
+    for (TriangleIndex i = 0; i < triangles_.size(); ++i) {
+        TriMeshTriangle& t = triangles_[i];
+        t.flags |= TriMeshTriangle::kLinked;
+        for (const std::uint32_t v : t.vertex) ++later[v];  // all lists are ascending: this triangle stands first
+        // Two triangles with a common edge share one of the first two corners.
+        for (int k = 0; k < 2 && t.LacksNeighbour(); ++k) {
+            const std::uint32_t end = incidentStart_[t.vertex[k] + 1];
+            for (std::uint32_t at = later[t.vertex[k]]; at < end; ++at) {
+                const TriangleIndex other = incident_[at];
+                if (LinkTriangles(i, other)) consistent = consistent && RunsAgainst(i, other, t.EdgeTo(other));
+            }
+        }
+    }
+    return consistent;
+}
+
+// Joins two triangles over the edge between their first two common corners, if both have it free.
+bool CTriMesh::LinkTriangles(TriangleIndex a, TriangleIndex b) {
+    if (a == b) return false;
+    TriMeshTriangle &ta = triangles_[a], &tb = triangles_[b];
+    int cornersOfA[2], cornersOfB[2], found = 0;
+    for (int i = 0; i < 3 && found < 2; ++i) {
+        if (i == 2 && found == 0) return false;
+        const int j = tb.CornerAt(ta.vertex[i]);
+        if (j < 0) continue;
+        cornersOfA[found] = i;
+        cornersOfB[found++] = j;
+    }
+    if (found < 2) return false;
+    const int edgeOfA = EdgeBetween(cornersOfA[0], cornersOfA[1]), edgeOfB = EdgeBetween(cornersOfB[0], cornersOfB[1]);
+    if (edgeOfB < 0 || ta.neighbour[edgeOfA] != kNoTriangle || tb.neighbour[edgeOfB] != kNoTriangle) return false;
+    ta.neighbour[edgeOfA] = b;
+    tb.neighbour[edgeOfB] = a;
+    return true;
+}
+
+bool CTriMesh::RunsAgainst(TriangleIndex a, TriangleIndex b, int edgeOfA) const {
+    const TriMeshTriangle &ta = triangles_[a], &tb = triangles_[b];
+    const int edgeOfB = tb.EdgeTo(a);
+    return edgeOfB < 0 || ta.vertex[edgeOfA] != tb.vertex[edgeOfB] ||
+           ta.vertex[NextCorner(edgeOfA)] != tb.vertex[NextCorner(edgeOfB)];
+}
+
+// Floods each shell from its first triangle, depth first, turning triangles to agree with the one they are
+// reached from. The stack is ours, so that a shell may be as deep as it likes.
+void CTriMesh::OrientAll() {
+    std::vector<TriangleIndex> path;
+    std::vector<std::uint8_t> nextEdge;
+    for (TriangleIndex start = 0; start < triangles_.size(); ++start) {
+        if (triangles_[start].flags & TriMeshTriangle::kVisited) continue;
+        path.push_back(start);
+        nextEdge.push_back(0);
+        OrientNeighbours(start);
+        while (!path.empty()) {
+            const TriMeshTriangle& t = triangles_[path.back()];
+            if (nextEdge.back() == 3) {
+                path.pop_back();
+                nextEdge.pop_back();
+                continue;
+            }
+            const TriangleIndex u = t.neighbour[nextEdge.back()++];
+            if (u == kNoTriangle || (triangles_[u].flags & TriMeshTriangle::kVisited)) continue;
+            OrientNeighbours(u);
+            path.push_back(u);
+            nextEdge.push_back(0);
+        }
+    }
+    for (TriMeshTriangle& t : triangles_) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::kVisited);
+}
+
+void CTriMesh::OrientNeighbours(TriangleIndex i) {
+    TriMeshTriangle& t = triangles_[i];
+    t.flags |= TriMeshTriangle::kVisited;
+    TriangleIndex turned = kNoTriangle;
+    for (int k = 0; k < 3; ++k) {
+        const TriangleIndex u = t.neighbour[k];
+        if (u == kNoTriangle || u == turned || (triangles_[u].flags & TriMeshTriangle::kVisited)) continue;
+        if (RunsAgainst(i, u, k)) continue;
+        FlipTriangle(triangles_[u]);
+        turned = u;
+    }
+}
+
+void CTriMesh::FlipTriangle(TriMeshTriangle& t) {
+    std::swap(t.vertex[1], t.vertex[2]);
+    std::swap(t.normal[1], t.normal[2]);
+    std::swap(t.neighbour[0], t.neighbour[2]);
+    const auto exchange = [&t](std::uint8_t a, std::uint8_t b) {
+        if (((t.flags & a) != 0) != ((t.flags & b) != 0)) t.flags ^= static_cast<std::uint8_t>(a | b);
+    };
+    exchange(TriMeshTriangle::SmoothBit(0), TriMeshTriangle::SmoothBit(2));
+    exchange(TriMeshTriangle::ResolvedBit(1), TriMeshTriangle::ResolvedBit(2));
+    for (int k = 0; k < 3; ++k)
+        if (t.IsResolved(k) || t.HasGivenNormals())
+            t.normal[k] = normals_->LookUpOrAdd(Normalized(-(*normals_)[t.normal[k]]));
+}
+
+void CTriMesh::FlipAll() {
+    const ReadLock lock(*this);
+    const ToleranceScope tolerance(pointTolerance_);
+    for (TriMeshTriangle& t : triangles_) FlipTriangle(t);
+    stripsValid_ = false;
+    spoolStale_ = true;
+}
+
+}  // namespace tessera

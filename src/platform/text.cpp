@@ -1,0 +1,66 @@
+#include "platform/text.h"
+
+#include <cstdint>
+
+namespace tessera {
+namespace {
+
+void AppendUtf8(std::string& out, std::uint32_t code) {
+    const auto continuation = [&](int shift) { out += static_cast<char>(0x80 | ((code >> shift) & 0x3f)); };
+    if (code < 0x80) {
+        out += static_cast<char>(code);
+    } else if (code < 0x800) {
+        out += static_cast<char>(0xc0 | (code >> 6));
+        continuation(0);
+    } else if (code < 0x10000) {
+        out += static_cast<char>(0xe0 | (code >> 12));
+        continuation(6);
+        continuation(0);
+    } else {
+        out += static_cast<char>(0xf0 | (code >> 18));
+        continuation(12);
+        continuation(6);
+        continuation(0);
+    }
+}
+
+}  // namespace
+
+String ToString(BSTR text) {
+    return text ? String(text, SysStringLen(text)) : String();
+}
+
+BSTR ToBstr(const String& text) {
+    BSTR copy = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    if (!copy) throw ComError{STATUS_OUT_OF_MEMORY};
+    return copy;
+}
+
+String FromAscii(const char* text) {
+    String out;
+    for (; *text; ++text) out += static_cast<OLECHAR>(*text);
+    return out;
+}
+
+String Numbered(const String& base, int number) {
+    return base + FromAscii(" (") + FromAscii(std::to_string(number).c_str()) + FromAscii(")");
+}
+
+std::string ToUtf8(const String& text) {
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        std::uint32_t code = static_cast<std::uint32_t>(text[i]) & 0xffff;
+        const bool high = code >= 0xd800 && code < 0xdc00, low = code >= 0xdc00 && code < 0xe000;
+        const std::uint32_t next = i + 1 < text.size() ? static_cast<std::uint32_t>(text[i + 1]) & 0xffff : 0;
+        if (high && next >= 0xdc00 && next < 0xe000) {
+            code = 0x10000 + ((code - 0xd800) << 10) + (next - 0xdc00);
+            ++i;
+        } else if (high || low) {
+            code = 0xfffd;
+        }
+        AppendUtf8(out, code);
+    }
+    return out;
+}
+
+}  // namespace tessera

@@ -1,0 +1,23 @@
+// Strings inside the engine, and their passage to and from the interface.
+#pragma once
+
+#include <string>
+
+#include "tessera/platform.h"
+
+namespace tessera {
+
+using String = std::basic_string<OLECHAR>;
+
+// Null counts as empty.
+String ToString(BSTR text);
+// A fresh copy that the caller frees. Raises ComError when memory is short.
+BSTR ToBstr(const String& text);
+// The text from a literal.
+String FromAscii(const char* text);
+// "base (number)".
+String Numbered(const String& base, int number);
+// UTF-8, as file systems take it. Halves of surrogate pairs become U+FFFD.
+std::string ToUtf8(const String& text);
+
+}  // namespace tessera

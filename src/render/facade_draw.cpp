@@ -1,0 +1,72 @@
+// The interface's methods: drawing.
+#include <GL/gl.h>
+
+#include "component/tessera.h"
+#include "render/draw_state.h"
+
+namespace tessera {
+
+// The root is drawn in the opaque, the transparent and the vertex pass; a node below it without the last.
+HRESULT CTessera::Draw(int nodeID, int mode, int* errCode) {
+    CNode* const node = NodeOf(nodeID, errCode);
+    if (!node) return STATUS_FAIL;
+    const HostState state;
+    glEnable(GL_NORMALIZE);
+    glCullFace(GL_BACK);
+    if (node == m_root) {
+        for (int pass = 0; pass < 3; ++pass) m_root->DrawNode(CMatrix(), mode, pass, 0);
+        return STATUS_OK;
+    }
+    CMatrix above;
+    m_root->GetParentTransform(nodeID, above);
+    const ModelviewScope scope(above);
+    for (int pass = 0; pass < 2; ++pass) node->DrawSubtree(above, mode, pass, 0);
+    return STATUS_OK;
+}
+
+HRESULT CTessera::DrawSimple(int nodeID, int* errCode) {
+    CNode* const node = NodeOf(nodeID, errCode);
+    if (!node) return STATUS_FAIL;
+    const HostState state;
+    CMatrix above;
+    if (node != m_root) m_root->GetParentTransform(nodeID, above);
+    const ModelviewScope scope(above);
+    node->DrawNodeSimple(above);
+    return STATUS_OK;
+}
+
+// Selected instances come last, over a fresh depth buffer, the transparent pass ahead of the opaque one.
+HRESULT CTessera::DrawExplode(int nodeID, int mode, int* errCode) {
+    CNode* const node = NodeOf(nodeID, errCode);
+    if (!node) return STATUS_FAIL;
+    const HostState state;
+    glEnable(GL_NORMALIZE);
+    const CMatrix identity;
+    const BBox sceneBox = m_root->GetBoundBox(identity, identity, false, identity);
+    m_root->SetUseDisplayAcc(false, 10.0f, sceneBox);
+    glEnable(GL_NORMALIZE);
+    if (node != m_root) {
+        CMatrix above, explode;
+        m_root->GetParentTransform(nodeID, above);
+        m_root->GetParentExplodeTransform(nodeID, explode);
+        for (int pass = 0; pass < 2; ++pass) node->DrawSubtreeExplode(above, mode, pass, 0, explode);
+        return STATUS_OK;
+    }
+    gSelectedSeen = gTransparentSeen = false;
+    m_root->DrawNodeExplode(identity, mode, 0, 0, identity);
+    if (gTransparentSeen) m_root->DrawNodeExplode(identity, mode, 1, 0, identity);
+    m_root->DrawNodeExplode(identity, mode, 2, 0, identity);
+    if (!gSelectedSeen) return STATUS_OK;
+    glClear(GL_DEPTH_BUFFER_BIT);
+    if (gTransparentSeen) m_root->DrawNodeExplode(identity, DrawKindHighlight, 1, 0, identity);
+    m_root->DrawNodeExplode(identity, DrawKindHighlight, 0, 0, identity);
+    return STATUS_OK;
+}
+
+HRESULT CTessera::ForceHiddenLineDrawing(VARIANT_BOOL flag, int* errCode) {
+    gForceHiddenLine = flag == VARIANT_TRUE;
+    Give(errCode, static_cast<int>(ErrDone));
+    return STATUS_OK;
+}
+
+}  // namespace tessera

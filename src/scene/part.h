@@ -1,0 +1,107 @@
+// Geometry and how it looks.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "geometry/element.h"
+#include "platform/text.h"
+
+namespace tessera {
+
+class CTriMesh;
+class TriNormalTable;
+
+// The colours that a part has, by the index under which they are pushed to the elements.
+enum ColorIndex { ExternalColor = 0, InternalColor = 1, EdgeColor = 2, BorderColor = 3, BackgroundColor = 4 };
+
+// The settings of a part, with their values in a new one.
+struct PartState {
+    int id = 0;
+    int useCount = 0;                                    // instances linked
+    Vec3 sectionPoint{0, 0, 0}, sectionNormal{1, 0, 0};  // world frame
+    BBox boundBox{0, 0, 0, 0, 0, 0, 1};                  // last box computed
+    float thresholdAngle = 40.0f;                        // degrees
+    float pointTolerance = gPointTolerance;
+    int crossSectionEnabled = 0, cappingEnabled = 0, sectionPlaneOn = 1;
+    bool useDisplayAcc = false;
+    float displayAccuracy = 10.0f;
+    const BBox* sceneBox = nullptr;  // not owned; set during a draw with levels of detail
+    float zoomFactor = 1;
+    Color externalColor{0, 0.85f, 0.85f}, internalColor{0, 0.85f, 0};
+    Color backgroundColor{0.19607843f, 0.19607843f, 0.5882353f}, borderColor{1, 1, 0}, edgeColor{1, 1, 0};
+    Vec3 cameraPoint, targetPoint;
+    short shadeMode = 1, simpleShadeMode = 9, optionsShadeMode = 0, viewingType = 0;
+    float alpha = 0.99f;
+    double cachedVolume = 0;  // below 1e-7: not known
+    float volumePrecision = 1.0f;
+    bool colourSet = false;  // a colour has been given to the whole part
+    String name = FromAscii("No Name");
+    String envTextureName;
+    unsigned envTexture = 0;  // OpenGL name of the loaded texture
+};
+
+// Not a node: part instances point at it and count themselves, and the last one deletes it.
+class CPart : public PartState {
+public:
+    // The table is shared and not owned.
+    explicit CPart(TriNormalTable* normals);
+    ~CPart();
+    CPart(const CPart&) = delete;
+    CPart& operator=(const CPart&) = delete;
+
+    void AddReference() { ++useCount; }
+    // Deletes the part with its last reference.
+    void Release();
+
+    const std::vector<std::unique_ptr<CElement>>& Elements() const { return elements_; }
+    bool IsBuildingMesh() const { return buildingMesh_; }
+    bool IsBuilding() const { return buildingMesh_; }
+
+    // scene/part_building.cpp. At most one element is under construction.
+    void BeginTriMesh();
+    void EndTriMesh();
+    // The mesh under construction, null while none is.
+    CTriMesh* OpenMesh() { return building_.get(); }
+    void SetTriMeshExternalColor(const Color& color);
+    void SetTriMeshInternalColor(const Color& color);
+    void SetTriMeshEdgeColor(const Color& color);
+    void SetTriMeshBorderColor(const Color& color);
+
+    // Stored unclamped here; the elements clamp what they take.
+    void SetColor(ColorIndex index, const Color& color);
+    void SetPointTolerance(float tolerance);
+    void SetThresholdAngle(float degrees);
+    void SetShadeMode(short code);
+    void SetSimpleShadeMode(short code);
+    void SetOptionsShadeMode(short code);
+    void SetViewingType(short code);
+    void SetTransparency(float level);
+    void SetVolumePrecision(float precision);
+    void SetCamera(const float view[6]);
+    void SetEnvtexture(const String& text);
+    void Scale(float x, float y, float z);
+    void SetCrossSectionPlane(const Vec3& point, const Vec3& normal);
+    void EnableCrossSection(int value);
+    void SwitchCrossSectionPlane(int value);
+    BBox GetBoundBox(const CMatrix& matrix, bool recompute, const CMatrix& reference);
+    void SpoolToFile(const std::shared_ptr<SpoolFile>& file);
+
+    // render/part_draw.cpp
+    void DrawPart(const CMatrix& matrix, int kind, int pass, int flip);
+    void DrawSimple(const CMatrix& matrix, bool withBox);
+
+private:
+    Color& ColorOf(ColorIndex index);
+    void RefreshShading();
+    void RefreshShading(CElement& element) const;
+
+    std::vector<std::unique_ptr<CElement>> elements_;  // in order of completion
+    std::unique_ptr<CTriMesh> building_;
+    bool buildingMesh_ = false;
+    TriNormalTable* triNormals_;
+    std::mutex lock_;  // keeps the memory watcher off while elements_ changes
+};
+
+}  // namespace tessera

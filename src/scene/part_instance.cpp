@@ -1,0 +1,71 @@
+#include "scene/part_instance.h"
+
+#include "scene/part.h"
+
+namespace tessera {
+
+CPartInstance::~CPartInstance() {
+    if (part_) part_->Release();
+}
+
+void CPartInstance::LinkPart(CPart* part) {
+    part->AddReference();  // first, so that linking the part that is already here is harmless
+    if (part_) part_->Release();
+    part_ = part;
+    InvalidateBoundBox();
+}
+
+int CPartInstance::GetPartID() const {
+    return part_ ? part_->id : 0;
+}
+
+void CPartInstance::InvalidateBoundBox() {
+    boxMatrix_.reset();
+    boxReference_.reset();
+}
+
+void CPartInstance::SpoolToFile(const std::shared_ptr<SpoolFile>& file) {
+    if (part_) part_->SpoolToFile(file);
+}
+
+int CPartInstance::Remove(int nodeId) {
+    if (nodeId != id) return 0;
+    delete this;
+    return 1;
+}
+
+CPart* CPartInstance::FindPart(int partId) {
+    return part_ && part_->id == partId ? part_ : nullptr;
+}
+CPart* CPartInstance::FindPartByName(const String& text) {
+    return part_ && part_->name == text ? part_ : nullptr;
+}
+
+CPart* CPartInstance::FindOtherPartByName(const String& text, int partId) {
+    return part_ && part_->id != partId && part_->name == text ? part_ : nullptr;
+}
+
+CMatrix CPartInstance::Placement(const CMatrix& M, const CMatrix& E) const {
+    const CMatrix T = transform * M;
+    return exploded ? T * (explodeTransform * E) : T;
+}
+
+// Draws ask for the same boxes frame after frame, and the box of a part can cost a pass over its vertices.
+BBox CPartInstance::GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompute, const CMatrix& reference) {
+    if (!part_ || drawingEnabled == 0) return BBox();
+    const CMatrix T = Placement(M, E);
+    if (!recompute && boxMatrix_ && boxMatrix_->Equals(T) && boxReference_ && boxReference_->Equals(reference))
+        return boundBox;
+    boxMatrix_ = std::make_unique<CMatrix>(T);
+    boxReference_ = std::make_unique<CMatrix>(reference);
+    boundBox = part_->GetBoundBox(T, recompute, reference);
+    return boundBox;
+}
+
+BBox CPartInstance::GetOwnBoundBox(const CMatrix& M, bool recompute) {
+    if (!part_ || drawingEnabled == 0) return BBox();
+    boundBox = part_->GetBoundBox(M, recompute, CMatrix());
+    return boundBox;
+}
+
+}  // namespace tessera

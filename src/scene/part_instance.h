@@ -1,0 +1,90 @@
+// A placement of a part.
+#pragma once
+
+#include <memory>
+
+#include "scene/node.h"
+
+namespace tessera {
+
+// A leaf of the tree. Several instances may share one part: colours, modes and geometry live in the part,
+// matrices, flags, names and the cached box here.
+class CPartInstance final : public CNode {
+public:
+    CPartInstance() = default;
+    ~CPartInstance() override;
+
+    // Takes a counted reference; the former part goes with its last one.
+    void LinkPart(CPart* part);
+    CPart* Part() const { return part_; }
+    int GetPartID() const;
+
+    void InvalidateBoundBox() override;
+    void ApplyExplodeToNodeMatrix() override;
+    void PushExplodeToNodeMatrix(int id, const CMatrix& A, const CMatrix& N) override;
+    void Scale(float x, float y, float z) override;
+
+    // render/node_draw.cpp
+    void DrawNode(const CMatrix& M, int kind, int pass, int flip) override;
+    void DrawNodeExplode(const CMatrix& M, int kind, int pass, int flip, const CMatrix& E) override;
+    void DrawSubtree(const CMatrix& M, int kind, int pass, int flip) override;
+    void DrawSubtreeExplode(const CMatrix& M, int kind, int pass, int flip, const CMatrix& E) override;
+    void DrawNodeSimple(const CMatrix& M) override;
+
+    void SetEnvtexture(const String& text) override;
+    void SpoolToFile(const std::shared_ptr<SpoolFile>& file) override;
+    void UseVertexArray(int value) override;
+    int Remove(int nodeId) override;
+    CNode* FindNode(int nodeId) override { return nodeId == id ? this : nullptr; }
+    CPart* FindPart(int partId) override;
+    CPart* FindPartByName(const String& text) override;
+    CPart* FindOtherPartByName(const String& text, int partId) override;
+    int GetNodeType() const override { return 1; }
+    void GetParentTransform(int nodeId, CMatrix& M) override;
+    void GetParentExplodeTransform(int nodeId, CMatrix& M) override;
+
+    // scene/instance_settings.cpp
+    void SetExternalColor(const Color& color) override;
+    void SetInternalColor(const Color& color) override;
+    void SetBackgroundColor(const Color& color) override;
+    void SetBorderColor(const Color& color) override;
+    void SetEdgeColor(const Color& color) override;
+    void SetPointTolerance(float tolerance) override;
+    void SetThresholdAngle(float degrees) override;
+    void SetShadeMode(short code) override;
+    void SetSimpleShadeMode(short code) override;
+    void SetOptionsShadeMode(short code) override;
+    void SetViewingType(short code) override;
+    void SetTransparency(float level) override;
+    void SetVolumePrecision(float precision) override;
+    void SwitchWireFrameVisibility(int value) override;
+    void SwitchTriMeshVisibility(int value) override;
+    void SwitchPointSetVisibility(int value) override;
+    void SetVertexVisible(int value) override;
+    void SetCamera(const float view[6]) override;
+    void SetZoomFactor(float value) override;
+    void SetPickTolerance(float value) override;
+    void SetPrintingStatus(int value) override;
+    void SetUseDisplayAcc(bool status, float accuracy, const BBox& sceneBox) override;
+    void SetCrossSectionPlane(const Vec3& point, const Vec3& normal) override;
+    bool GetCrossSectionPlane(Vec3& point, Vec3& normal) override;
+    void EnableCrossSection(int value) override;
+    void EnableCrossSectionCapping(int value) override;
+    void SwitchCrossSectionPlane(int value) override;
+    void EnableTransparentXSection(int value) override;
+
+    int GetNumberOfPartInstance() override { return 1; }
+    BBox GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompute, const CMatrix& reference) override;
+    // The part's box under M alone: no own matrix, no cache.
+    BBox GetOwnBoundBox(const CMatrix& M, bool recompute);
+
+private:
+    // Own transform, and for an exploded node the explode transform, with those of the ancestors.
+    CMatrix Placement(const CMatrix& M, const CMatrix& E) const;
+
+    CPart* part_ = nullptr;
+    // The matrices for which boundBox holds.
+    std::unique_ptr<CMatrix> boxMatrix_, boxReference_;
+};
+
+}  // namespace tessera
