@@ -341,8 +341,7 @@ public:
     virtual HRESULT EnableDrawBoundBox(int nodeID, LONG status, int* errCode) = 0;
 
     // Names a node. If a sibling has the name already, the node gets "NAME (1)", or the next number that is free. Names
-    // start as "No Name". "/" in a name is allowed, but hides the node from GetNodeIDFromPath. At most 4095 bytes as
-    // UTF-8. Node call.
+    // start as "No Name". "/" in a name is allowed, but hides the node from GetNodeIDFromPath. Node call.
     virtual HRESULT SetNodeName(int nodeID, BSTR name, int* errCode) = 0;
 
     // Gives a copy of a node's name. Node call.
@@ -459,7 +458,7 @@ public:
     // ---- Names and marks ----
 
     // Finds a node by its path of node names, as GetFullNodeName writes it: "//ASSEMBLY/INSTANCE". "/" and "//" are the
-    // root. Names are compared code unit by code unit; a "/" at the end finds nothing. At most 4095 code units.
+    // root. Names are compared code unit by code unit; a "/" at the end finds nothing.
     // errCode: 1; 0 not found, nodeID -1. Status 0 always.
     virtual HRESULT GetNodeIDFromPath(BSTR nodePath, int* nodeID, int* errCode) = 0;
 
@@ -539,7 +538,7 @@ public:
 
     // Picks an edge as PickEdge does and grows it into the straight run that it belongs to. pStart, pEnd: 3 floats
     // each, the ends in the world frame, cut at the section plane. An edge of a faceted curve is no run and counts as a
-    // miss, and so does a segment of a polyline that has a corner at both ends.
+    // miss, and so does a segment of a polyline that has a corner at both ends, and an edge behind a section line.
     virtual HRESULT PickSegment(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
                                 float diagonal, LONG* picked, float* pPicked, float* pStart, float* pEnd,
                                 int* nodePicked, int* errCode) = 0;
@@ -547,7 +546,7 @@ public:
     // Picks an edge as PickEdge does and grows it into the circular arc that it belongs to. center: 3 floats, world
     // frame. *pointsOfArc: a new block that the caller frees with CoTaskMemFree; float 0 is the number of points less
     // 0.2, so round it up to get n; floats 1 to 3 n are the points along the arc in the world frame. After a miss
-    // nothing is allocated.
+    // nothing is allocated. Curves of the section are offered too.
     virtual HRESULT PickArc(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
                             float diagonal, LONG* picked, float* pPicked, float* center, float** pointsOfArc,
                             int* nodePicked, int* errCode) = 0;
@@ -577,7 +576,7 @@ public:
     virtual HRESULT ComputeLODs(int nodeID, int numOfLods, float angle, float initAngle, float stepAngle, float minPctg,
                                 float maxPtcg, int* errCode) = 0;
 
-    // Does nothing. Status 0. Call it behind the last import of a file.
+    // Does nothing. Status 0. Hosts call it behind the last import of a file.
     virtual HRESULT EndTDGImport() = 0;
 
     // ---- Notes ----
@@ -645,7 +644,8 @@ public:
     // Gives the version of this interface, 8.
     virtual HRESULT GetVersion(int* versionNum) = 0;
 
-    // Gives 1 once an import or ComputeLODs met levels of detail, until ResetSceneGraph. Status 0.
+    // Gives 1 if an import, or the last ComputeLODs with an id other than the root's, met levels of detail; else 0,
+    // also after ResetSceneGraph. Status 0.
     virtual HRESULT LODsAvailable(LONG* value) = 0;
 
     // Makes the meshes that are there draw by vertex arrays (not 0) instead of one call a vertex (0, default). The

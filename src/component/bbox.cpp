@@ -31,9 +31,7 @@ double BBox::DiagonalSquared() const {
     return dx * dx + dy * dy + dz * dz;
 }
 
-double BBox::Diagonal() const {
-    return std::sqrt(DiagonalSquared());
-}
+double BBox::Diagonal() const { return std::sqrt(DiagonalSquared()); }
 
 void BBox::Transform(const CMatrix& matrix) {
     const Vec3 low = TransformPoint({xmin, ymin, zmin}, matrix), high = TransformPoint({xmax, ymax, zmax}, matrix);

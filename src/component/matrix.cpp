@@ -28,12 +28,8 @@ void Append(double* m, double* inverse, const double* other, const double* other
     std::copy_n(product, 16, inverse);
 }
 
-double Cosine(double angle) {
-    return static_cast<double>(std::cos(static_cast<long double>(angle)));
-}
-double Sine(double angle) {
-    return static_cast<double>(std::sin(static_cast<long double>(angle)));
-}
+double Cosine(double angle) { return static_cast<double>(std::cos(static_cast<long double>(angle))); }
+double Sine(double angle) { return static_cast<double>(std::sin(static_cast<long double>(angle))); }
 
 void OneRotationX(double* m, double angle) {
     Identity(m);
@@ -63,9 +59,7 @@ void Diagonal(double* m, double sx, double sy, double sz) {
     m[10] = sz;
 }
 
-float Flushed(double value) {
-    return std::fabs(value) <= FLT_MIN ? 0.0f : static_cast<float>(value);
-}
+float Flushed(double value) { return std::fabs(value) <= FLT_MIN ? 0.0f : static_cast<float>(value); }
 
 Vec3 PointThrough(const Vec3& p, const double* m) {
     return {Flushed(p.x * m[0] + p.y * m[4] + p.z * m[8] + m[12]),
@@ -135,22 +129,12 @@ void CMatrix::SetIdentity() {
     Identity(inverse_);
 }
 
-void CMatrix::Multiply(const CMatrix& other) {
-    Append(m_, inverse_, other.m_, other.inverse_);
-}
+void CMatrix::Multiply(const CMatrix& other) { Append(m_, inverse_, other.m_, other.inverse_); }
 
-void CMatrix::RotateX(double angle) {
-    ApplyRotationX(m_, inverse_, angle);
-}
-void CMatrix::RotateY(double angle) {
-    ApplyRotationY(m_, inverse_, angle);
-}
-void CMatrix::RotateZ(double angle) {
-    ApplyRotationZ(m_, inverse_, angle);
-}
-void CMatrix::Translate(double tx, double ty, double tz) {
-    ApplyTranslation(m_, inverse_, tx, ty, tz);
-}
+void CMatrix::RotateX(double angle) { ApplyRotationX(m_, inverse_, angle); }
+void CMatrix::RotateY(double angle) { ApplyRotationY(m_, inverse_, angle); }
+void CMatrix::RotateZ(double angle) { ApplyRotationZ(m_, inverse_, angle); }
+void CMatrix::Translate(double tx, double ty, double tz) { ApplyTranslation(m_, inverse_, tx, ty, tz); }
 
 void CMatrix::Scale(double sx, double sy, double sz) {
     double s[16], t[16];
@@ -158,19 +142,11 @@ void CMatrix::Scale(double sx, double sy, double sz) {
     Append(m_, inverse_, s, t);
 }
 
-void CMatrix::MirrorXY() {
-    Scale(1, 1, -1);
-}
-void CMatrix::MirrorXZ() {
-    Scale(1, -1, 1);
-}
-void CMatrix::MirrorYZ() {
-    Scale(-1, 1, 1);
-}
+void CMatrix::MirrorXY() { Scale(1, 1, -1); }
+void CMatrix::MirrorXZ() { Scale(1, -1, 1); }
+void CMatrix::MirrorYZ() { Scale(-1, 1, 1); }
 
-void CMatrix::GetArray(double out[16], bool ofInverse) const {
-    std::copy_n(ofInverse ? inverse_ : m_, 16, out);
-}
+void CMatrix::GetArray(double out[16], bool ofInverse) const { std::copy_n(ofInverse ? inverse_ : m_, 16, out); }
 
 void CMatrix::SetFromArray(const double values[16], bool computeInverse) {
     std::copy_n(values, 16, m_);
@@ -195,22 +171,12 @@ bool CMatrix::Equals(const CMatrix& other) const {
     return true;
 }
 
-bool CMatrix::WriteToFile(std::FILE* file) const {
-    return std::fwrite(m_, sizeof m_, 1, file) == 1;
-}
+bool CMatrix::WriteToFile(std::FILE* file) const { return std::fwrite(m_, sizeof m_, 1, file) == 1; }
 
-Vec3 TransformPoint(const Vec3& p, const CMatrix& matrix) {
-    return PointThrough(p, matrix.Forward());
-}
-Vec3 TransformPointByInverse(const Vec3& p, const CMatrix& matrix) {
-    return PointThrough(p, matrix.Inverse());
-}
-Vec3 TransformDirection(const Vec3& v, const CMatrix& matrix) {
-    return DirectionThrough(v, matrix.Forward());
-}
-Vec3 TransformByInverse(const Vec3& v, const CMatrix& matrix) {
-    return DirectionThrough(v, matrix.Inverse());
-}
+Vec3 TransformPoint(const Vec3& p, const CMatrix& matrix) { return PointThrough(p, matrix.Forward()); }
+Vec3 TransformPointByInverse(const Vec3& p, const CMatrix& matrix) { return PointThrough(p, matrix.Inverse()); }
+Vec3 TransformDirection(const Vec3& v, const CMatrix& matrix) { return DirectionThrough(v, matrix.Forward()); }
+Vec3 TransformByInverse(const Vec3& v, const CMatrix& matrix) { return DirectionThrough(v, matrix.Inverse()); }
 
 void BuildTranslation(double* m, double* inverse, double tx, double ty, double tz) {
     const double t[3] = {tx, ty, tz};
@@ -242,15 +208,9 @@ void BuildScale(double* m, double* inverse, double sx, double sy, double sz) {
     Diagonal(inverse, 1 / sx, 1 / sy, 1 / sz);
 }
 
-void BuildMirrorXY(double* m, double* inverse) {
-    BuildScale(m, inverse, 1, 1, -1);
-}
-void BuildMirrorXZ(double* m, double* inverse) {
-    BuildScale(m, inverse, 1, -1, 1);
-}
-void BuildMirrorYZ(double* m, double* inverse) {
-    BuildScale(m, inverse, -1, 1, 1);
-}
+void BuildMirrorXY(double* m, double* inverse) { BuildScale(m, inverse, 1, 1, -1); }
+void BuildMirrorXZ(double* m, double* inverse) { BuildScale(m, inverse, 1, -1, 1); }
+void BuildMirrorYZ(double* m, double* inverse) { BuildScale(m, inverse, -1, 1, 1); }
 
 void ApplyTranslation(double* m, double* inverse, double tx, double ty, double tz) {
     double t[16], u[16];

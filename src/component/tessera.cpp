@@ -51,9 +51,7 @@ HRESULT CTessera::QueryInterface(const IID& id, void** object) {
     return STATUS_OK;
 }
 
-ULONG CTessera::AddRef() {
-    return ++references_;
-}
+ULONG CTessera::AddRef() { return ++references_; }
 
 ULONG CTessera::Release() {
     const ULONG left = --references_;

@@ -11,27 +11,15 @@ HRESULT Unavailable(int* errCode = nullptr) {
 
 }  // namespace
 
-HRESULT CTessera::BeginPolyLine(int, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::AddPolyLinePoint(int, float*, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::EndPolyLine(int, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::GetVolume(int, double*, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::GetSurfaceArea(int, double*, int* errCode) {
-    return Unavailable(errCode);
-}
+HRESULT CTessera::BeginPolyLine(int, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::AddPolyLinePoint(int, float*, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::EndPolyLine(int, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::GetVolume(int, double*, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::GetSurfaceArea(int, double*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::PickPoint(float*, double*, float, float, float, LONG*, float*, int*, int* errCode) {
     return Unavailable(errCode);
 }
-HRESULT CTessera::SetLineStipple(int, int, int* errCode) {
-    return Unavailable(errCode);
-}
+HRESULT CTessera::SetLineStipple(int, int, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::PickEdge(float*, float*, double*, float, float, float, LONG*, float*, int*, int* errCode) {
     return Unavailable(errCode);
 }
@@ -54,69 +42,29 @@ HRESULT CTessera::PickArc(float*, float*, double*, float, float, float, LONG*, f
                           int* errCode) {
     return Unavailable(errCode);
 }
-HRESULT CTessera::DrawClipPlane(int, float*, float*, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::DrawLOD(int, int, float, int* errCode) {
-    return Unavailable(errCode);
-}
+HRESULT CTessera::DrawClipPlane(int, float*, float*, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::DrawLOD(int, int, float, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::ComputeLODs(int, int, float, float, float, float, float, int* errCode) {
     return Unavailable(errCode);
 }
-HRESULT CTessera::WriteVRML(BSTR) {
-    return Unavailable();
-}
-HRESULT CTessera::SetPolyLineColor(int, float, float, float, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::BeginPointSet(int, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::AddPointSetPoint(int, float*, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::EndPointSet(int, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::SetPointSetColor(int, float, float, float, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::GetCrossSectionLength(int, float*, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::GetCenterOfMass(int, float*, float*, float*, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::GetProjectedSurfaceXY(int, float*, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::WriteVRML_2(BSTR) {
-    return Unavailable();
-}
-HRESULT CTessera::WriteTDPM(BSTR, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::SaveCrossSection(BSTR, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::Import3DGPartElements(int, unsigned char**, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::SetUseDisplayAcc(int, LONG, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::DrawLODExplode(int, int, float, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::SetPolyLineStipple(int, int, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::SetDecimator(IUnknown*) {
-    return Unavailable();
-}
-HRESULT CTessera::ScanGraphicData(int, int, IUnknown*, int* errCode) {
-    return Unavailable(errCode);
-}
+HRESULT CTessera::WriteVRML(BSTR) { return Unavailable(); }
+HRESULT CTessera::SetPolyLineColor(int, float, float, float, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::BeginPointSet(int, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::AddPointSetPoint(int, float*, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::EndPointSet(int, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::SetPointSetColor(int, float, float, float, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::GetCrossSectionLength(int, float*, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::GetCenterOfMass(int, float*, float*, float*, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::GetProjectedSurfaceXY(int, float*, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::WriteVRML_2(BSTR) { return Unavailable(); }
+HRESULT CTessera::WriteTDPM(BSTR, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::SaveCrossSection(BSTR, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::Import3DGPartElements(int, unsigned char**, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::SetUseDisplayAcc(int, LONG, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::DrawLODExplode(int, int, float, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::SetPolyLineStipple(int, int, int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::SetDecimator(IUnknown*) { return Unavailable(); }
+HRESULT CTessera::ScanGraphicData(int, int, IUnknown*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::PickPartInstance2(float*, float*, double*, float, float, float, LONG*, float*, float*, int*,
                                     int* errCode) {
     return Unavailable(errCode);
@@ -124,11 +72,7 @@ HRESULT CTessera::PickPartInstance2(float*, float*, double*, float, float, float
 HRESULT CTessera::IntersectRay(float*, float*, VARIANT_BOOL*, float*, float*, int*, int* errCode) {
     return Unavailable(errCode);
 }
-HRESULT CTessera::ClearTextures(int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::ExportU3D(BSTR, float*, ULONG, VARIANT_BOOL) {
-    return Unavailable();
-}
+HRESULT CTessera::ClearTextures(int* errCode) { return Unavailable(errCode); }
+HRESULT CTessera::ExportU3D(BSTR, float*, ULONG, VARIANT_BOOL) { return Unavailable(); }
 
 }  // namespace tessera

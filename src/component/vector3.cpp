@@ -12,8 +12,6 @@ double AngleOfUnitDot(double d) {
     return std::acos(d) * kDegrees;
 }
 
-double AngleBetween(const Vec3& a, const Vec3& b) {
-    return AngleOfUnitDot(Dot(Normalized(a), Normalized(b)));
-}
+double AngleBetween(const Vec3& a, const Vec3& b) { return AngleOfUnitDot(Dot(Normalized(a), Normalized(b))); }
 
 }  // namespace tessera

@@ -13,26 +13,16 @@ struct Vec3 {
     float operator[](std::size_t axis) const { return (&x)[axis]; }
 };
 
-inline Vec3 operator+(const Vec3& a, const Vec3& b) {
-    return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-inline Vec3 operator-(const Vec3& a, const Vec3& b) {
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-inline Vec3 operator-(const Vec3& a) {
-    return {-a.x, -a.y, -a.z};
-}
-inline Vec3 operator*(const Vec3& a, float s) {
-    return {a.x * s, a.y * s, a.z * s};
-}
+inline Vec3 operator+(const Vec3& a, const Vec3& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
+inline Vec3 operator-(const Vec3& a, const Vec3& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+inline Vec3 operator-(const Vec3& a) { return {-a.x, -a.y, -a.z}; }
+inline Vec3 operator*(const Vec3& a, float s) { return {a.x * s, a.y * s, a.z * s}; }
 
 inline double Dot(const Vec3& a, const Vec3& b) {
     return static_cast<double>(a.x) * b.x + static_cast<double>(a.y) * b.y + static_cast<double>(a.z) * b.z;
 }
 
-inline double Length(const Vec3& v) {
-    return std::sqrt(Dot(v, v));
-}
+inline double Length(const Vec3& v) { return std::sqrt(Dot(v, v)); }
 
 // Vectors shorter than this have no direction.
 constexpr double kShortestVector = 1e-6;
@@ -59,9 +49,7 @@ inline Vec3 Cross(const Vec3& a, const Vec3& b) {
     return Normalized({a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x});
 }
 
-inline float Distance(const Vec3& a, const Vec3& b) {
-    return static_cast<float>(Length(a - b));
-}
+inline float Distance(const Vec3& a, const Vec3& b) { return static_cast<float>(Length(a - b)); }
 
 // The three values with x set to 1 where they are too short to be a direction; otherwise unscaled.
 inline Vec3 SafeNormal(float x, float y, float z) {
@@ -84,9 +72,7 @@ inline Vec3 FacetNormal(const Vec3& a, const Vec3& b, const Vec3& c) {
 // it of the other's, ends included. A mesh puts its own in force through a ToleranceScope.
 extern float gPointTolerance;
 
-inline bool CoordinateEquals(float a, float b, double tolerance) {
-    return a >= b - tolerance && a <= b + tolerance;
-}
+inline bool CoordinateEquals(float a, float b, double tolerance) { return a >= b - tolerance && a <= b + tolerance; }
 
 inline bool PointsEqual(const Vec3& a, const Vec3& b) {
     const double tolerance = gPointTolerance;

@@ -17,22 +17,27 @@ constexpr double kBucketShift = 0.37;
 constexpr double kRounding = 1e-6;
 // Floats this many tolerances from 0 lie more than a tolerance apart.
 constexpr double kExactFrom = 33554432;  // 2^25
-// In place of the next point of a chain, for a point that is in none.
-constexpr std::uint32_t kUnlisted = CellGrid::kNone - 1;
 constexpr std::int64_t kExactTag = std::int64_t{1} << 40;
 
-std::int64_t ToInteger(double value) {
-    return value > -1e15 && value < 1e15 ? static_cast<std::int64_t>(value) : 0;
-}
+std::int64_t ToInteger(double value) { return value > -1e15 && value < 1e15 ? static_cast<std::int64_t>(value) : 0; }
 
 std::int64_t Floor(double value) {
     const std::int64_t whole = ToInteger(value);
     return whole - (static_cast<double>(whole) > value ? 1 : 0);
 }
 
-bool HasNaN(const Vec3& p) {
-    return std::isnan(p.x) || std::isnan(p.y) || std::isnan(p.z);
+bool HasNaN(const Vec3& p) { return std::isnan(p.x) || std::isnan(p.y) || std::isnan(p.z); }
+
+std::uint64_t HashOfBits(const Vec3& p) {
+    std::uint64_t xy = 0;
+    std::uint32_t z = 0;
+    std::memcpy(&xy, &p.x, sizeof xy);
+    std::memcpy(&z, &p.z, sizeof z);
+    const std::uint64_t hash = (xy ^ (xy >> 29) ^ (static_cast<std::uint64_t>(z) << 17)) * 0x9e3779b97f4a7c15u;
+    return (hash ^ (hash >> 32)) * 0xc2b2ae3d27d4eb4fu;
 }
+
+bool SameBits(const Vec3& a, const Vec3& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 }  // namespace
 
@@ -44,23 +49,25 @@ double CellRule::Cell(double scaled) const {
 void CellGrid::Reset(const CellRule& rule, double tolerance, std::size_t expected) {
     rule_ = rule;
     tolerance_ = std::max(tolerance, 1e-30);
+    distinctUpTo_ = tolerance_;
     perUnit_ = 1 / (kBucketWidth * tolerance_);
-    exactFrom_ = kExactFrom * tolerance_;
+    exactFrom_ = static_cast<float>(std::min(kExactFrom * tolerance_, 1e38));
     cellsInKey_ = kBucketWidth * tolerance_ * std::max(rule.scaleX, rule.scaleY) > 0.05;
-    const std::size_t slots = std::bit_ceil(std::max<std::size_t>(expected, 1024));
-    slots_.assign(slots, kNone);
-    shift_ = 64 - std::countr_zero(slots);
-    next_.clear();
-    next_.reserve(expected);
+    count_ = 0;
+    entered_ = 0;
+    exact_.assign(std::bit_ceil(std::max<std::size_t>(expected + expected / 2, 1024)), kNone);
+    heads_.assign(1024, kNone);
+    links_.clear();
 }
 
 void CellGrid::Release() {
-    std::vector<std::uint32_t>().swap(slots_);
-    std::vector<std::uint32_t>().swap(next_);
+    std::vector<std::uint32_t>().swap(exact_);
+    std::vector<std::uint32_t>().swap(heads_);
+    std::vector<Link>().swap(links_);
 }
 
 std::int64_t CellGrid::BucketOf(float value) const {
-    if (std::fabs(value) > exactFrom_) return std::bit_cast<std::int32_t>(value) ^ kExactTag;
+    if (!IsNear(value)) return std::bit_cast<std::int32_t>(value) ^ kExactTag;
     return Floor(value * perUnit_ + kBucketShift);
 }
 
@@ -74,87 +81,99 @@ std::size_t CellGrid::SlotOf(const Key& key) const {
     hash = (hash ^ (hash >> 32) ^ static_cast<std::uint64_t>(key.y)) * 0xc2b2ae3d27d4eb4fu;
     hash = (hash ^ (hash >> 32) ^ static_cast<std::uint64_t>(key.z)) * 0x165667b19e3779f9u;
     hash = (hash ^ (hash >> 32) ^ static_cast<std::uint64_t>(key.cell)) * 0x9e3779b97f4a7c15u;
-    return hash >> shift_;
+    return (hash >> 32) & (heads_.size() - 1);
 }
 
-bool CellGrid::Matches(const Vec3& stored, const Vec3& p, double tolerance) const {
-    if (std::memcmp(&stored, &p, sizeof p) == 0) return true;
-    return CoordinateEquals(stored.x, p.x, tolerance) && CoordinateEquals(stored.y, p.y, tolerance) &&
-           CoordinateEquals(stored.z, p.z, tolerance) && rule_.SameCell(stored, p);
+// The slot that holds a point with the same bits, or the empty one where it would go.
+std::size_t CellGrid::ExactSlot(const Vec3* points, const Vec3& p) const {
+    const std::size_t mask = exact_.size() - 1;
+    std::size_t slot = (HashOfBits(p) >> 20) & mask;
+    while (exact_[slot] != kNone && !SameBits(points[exact_[slot]], p)) slot = (slot + 1) & mask;
+    return slot;
 }
 
-void CellGrid::FindEndOfChain(const Key& key) {
-    lastSlot_ = SlotOf(key);
-    lastInChain_ = kNone;
-    for (std::uint32_t i = slots_[lastSlot_]; i != kNone; i = next_[i]) lastInChain_ = i;
+void CellGrid::Prefetch(const Vec3& p) const {
+#if defined(__GNUC__)
+    __builtin_prefetch(&exact_[(HashOfBits(p) >> 20) & (exact_.size() - 1)]);
+#else
+    static_cast<void>(p);
+#endif
 }
 
 std::uint32_t CellGrid::LookUp(const Vec3* points, const Vec3& p, double tolerance) {
+    distinctUpTo_ = std::min(distinctUpTo_, tolerance);
+    const std::uint32_t same = exact_[ExactSlot(points, p)];
+    // An earlier point that equals p would equal its double too, which then would not have been entered.
+    if (same != kNone && tolerance <= distinctUpTo_) return same;
+    if (IsNear(p)) return LookUpNear(points, p, tolerance);
+    return same;
+}
+
+// The earliest match in all buckets that the tolerance reaches into.
+std::uint32_t CellGrid::LookUpNear(const Vec3* points, const Vec3& p, double tolerance) const {
     const double reach = tolerance * perUnit_ + kRounding;
     std::int64_t bucket[3];
     int low[3] = {0, 0, 0}, high[3] = {0, 0, 0};
-    bool across = false;
     for (std::size_t axis = 0; axis < 3; ++axis) {
         bucket[axis] = BucketOf(p[axis]);
-        if (std::fabs(p[axis]) > exactFrom_) continue;
+        if (!IsNear(p[axis])) continue;
         const double inside = p[axis] * perUnit_ + kBucketShift - static_cast<double>(bucket[axis]);
         low[axis] = inside < reach ? -1 : 0;
         high[axis] = inside > 1 - reach ? 1 : 0;
-        across |= low[axis] != high[axis];
     }
-    const Key key{bucket[0], bucket[1], bucket[2], CellOf(p)};
-    if (across) return LookUpAcrossBuckets(points, p, tolerance, key, low, high);
-    lastSlot_ = SlotOf(key);
-    lastInChain_ = kNone;
-    for (std::uint32_t i = slots_[lastSlot_]; i != kNone; i = next_[i]) {
-        if (Matches(points[i], p, tolerance)) return i;
-        lastInChain_ = i;
-    }
-    return kNone;
-}
-
-// The tolerance reaches into neighbouring buckets: the earliest match of all of them.
-std::uint32_t CellGrid::LookUpAcrossBuckets(const Vec3* points, const Vec3& p, double tolerance, const Key& own,
-                                            const int low[3], const int high[3]) {
+    const auto matches = [&](const Vec3& q) {
+        return CoordinateEquals(q.x, p.x, tolerance) && CoordinateEquals(q.y, p.y, tolerance) &&
+               CoordinateEquals(q.z, p.z, tolerance) && rule_.SameCell(q, p);
+    };
+    const std::int64_t cell = CellOf(p);
     std::uint32_t found = kNone;
     for (int dx = low[0]; dx <= high[0]; ++dx)
         for (int dy = low[1]; dy <= high[1]; ++dy)
             for (int dz = low[2]; dz <= high[2]; ++dz) {
-                const Key key{own.x + dx, own.y + dy, own.z + dz, own.cell};
-                std::uint32_t i = slots_[SlotOf(key)];
-                while (i < found && !Matches(points[i], p, tolerance)) i = next_[i];
-                found = std::min(found, i);
+                std::uint32_t at = heads_[SlotOf({bucket[0] + dx, bucket[1] + dy, bucket[2] + dz, cell})];
+                while (at != kNone && links_[at].point < found && !matches(points[links_[at].point]))
+                    at = links_[at].next;
+                if (at != kNone) found = std::min(found, links_[at].point);
             }
-    if (found == kNone) FindEndOfChain(own);
     return found;
 }
 
 void CellGrid::Enter(const Vec3* points, const Vec3& p) {
-    const auto index = static_cast<std::uint32_t>(next_.size());
-    if (HasNaN(p)) return Skip(1);  // equals nothing
-    next_.push_back(kNone);
-    (lastInChain_ == kNone ? slots_[lastSlot_] : next_[lastInChain_]) = index;
-    if (next_.size() > slots_.size()) Grow(points);
+    const std::uint32_t index = count_++;
+    if (HasNaN(p)) return;  // equals nothing
+    const std::size_t slot = ExactSlot(points, p);
+    if (exact_[slot] == kNone) exact_[slot] = index;
+    if (++entered_ * 3 > exact_.size() * 2) GrowExact(points);
+    if (!IsNear(p)) return;
+    if (links_.size() >= heads_.size()) GrowNear(points);
+    EnterNear(p, index);
+}
+
+void CellGrid::EnterNear(const Vec3& p, std::uint32_t index) {
+    std::uint32_t* end = &heads_[SlotOf({BucketOf(p.x), BucketOf(p.y), BucketOf(p.z), CellOf(p)})];
+    while (*end != kNone) end = &links_[*end].next;
+    *end = static_cast<std::uint32_t>(links_.size());
+    links_.push_back({index, kNone});
 }
 
 void CellGrid::Append(const Vec3* points, const Vec3& p) {
-    FindEndOfChain(KeyOf(p));
+    distinctUpTo_ = -1;
     Enter(points, p);
 }
 
-void CellGrid::Skip(std::size_t count) {
-    next_.insert(next_.end(), count, kUnlisted);
+void CellGrid::GrowExact(const Vec3* points) {
+    std::vector<std::uint32_t> former(exact_.size() * 2, kNone);
+    former.swap(exact_);
+    for (const std::uint32_t index : former)
+        if (index != kNone) exact_[ExactSlot(points, points[index])] = index;
 }
 
-void CellGrid::Grow(const Vec3* points) {
-    slots_.assign(slots_.size() * 2, kNone);
-    --shift_;
-    for (std::size_t i = next_.size(); i-- > 0;) {  // from the last, so that each chain keeps order of entry
-        if (next_[i] == kUnlisted) continue;
-        std::uint32_t& first = slots_[SlotOf(KeyOf(points[i]))];
-        next_[i] = first;
-        first = static_cast<std::uint32_t>(i);
-    }
+void CellGrid::GrowNear(const Vec3* points) {
+    heads_.assign(heads_.size() * 4, kNone);
+    std::vector<Link> former;
+    former.swap(links_);
+    links_.reserve(heads_.size());
+    for (const Link& link : former) EnterNear(points[link.point], link.point);
 }
 
 }  // namespace tessera

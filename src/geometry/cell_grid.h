@@ -26,10 +26,10 @@ private:
 };
 
 // Finds the earliest of the stored points that equals a query point under a tolerance and shares its
-// cell: the answer of a scan through the cell's list in order of entry. The points are hashed by
-// small buckets instead, so that a cell may hold any number of them. A coordinate so large that no
-// other float lies within the tolerance is a bucket of its own. The points themselves stay with the
-// caller, who passes their array to each call.
+// cell: the answer of a scan through the cell's list in order of entry, without the scan. Points are
+// hashed twice: by their bits, and, where a coordinate is so near to 0 that other floats lie within the
+// tolerance, by buckets a few tolerances wide. The points themselves stay with the caller, who passes
+// their array to each call.
 class CellGrid {
 public:
     static constexpr std::uint32_t kNone = 0xffffffffu;
@@ -38,40 +38,49 @@ public:
     void Reset(const CellRule& rule, double tolerance, std::size_t expected);
     void Release();
     double GreatestTolerance() const { return tolerance_; }
-    bool IsSet() const { return !slots_.empty(); }
+    bool IsSet() const { return !exact_.empty(); }
 
     std::uint32_t LookUp(const Vec3* points, const Vec3& p, double tolerance);
-    // Enters the next point, which the caller has stored; it must be the p of the preceding LookUp, which gave kNone.
+    // Announces a LookUp some steps ahead, so that its memory is on the way.
+    void Prefetch(const Vec3& p) const;
+    // Enters the next point, which the caller has stored; it must be the p of the preceding LookUp, which
+    // gave kNone.
     void Enter(const Vec3* points, const Vec3& p);
     // Enters the next point, whatever it equals.
     void Append(const Vec3* points, const Vec3& p);
     // Gives the next count points their indices without entering them.
-    void Skip(std::size_t count);
+    void Skip(std::size_t count) { count_ += static_cast<std::uint32_t>(count); }
 
 private:
     struct Key {
         std::int64_t x, y, z, cell;
     };
+    struct Link {
+        std::uint32_t point, next;
+    };
+    bool IsNear(float value) const { return !(value > exactFrom_ || value < -exactFrom_); }
+    bool IsNear(const Vec3& p) const { return IsNear(p.x) || IsNear(p.y) || IsNear(p.z); }
     std::int64_t BucketOf(float value) const;
-    Key KeyOf(const Vec3& p) const { return {BucketOf(p.x), BucketOf(p.y), BucketOf(p.z), CellOf(p)}; }
     std::int64_t CellOf(const Vec3& p) const;
     std::size_t SlotOf(const Key& key) const;
-    bool Matches(const Vec3& stored, const Vec3& p, double tolerance) const;
-    void FindEndOfChain(const Key& key);
-    std::uint32_t LookUpAcrossBuckets(const Vec3* points, const Vec3& p, double tolerance, const Key& own,
-                                      const int low[3], const int high[3]);
-    void Grow(const Vec3* points);
+    std::size_t ExactSlot(const Vec3* points, const Vec3& p) const;
+    std::uint32_t LookUpNear(const Vec3* points, const Vec3& p, double tolerance) const;
+    void EnterNear(const Vec3& p, std::uint32_t index);
+    void GrowExact(const Vec3* points);
+    void GrowNear(const Vec3* points);
 
     CellRule rule_;
     double tolerance_ = 0;
-    double perUnit_ = 1;                // buckets per unit
-    double exactFrom_ = 0;              // coordinates beyond this are compared exactly
-    bool cellsInKey_ = false;           // where a bucket may span many cells
-    int shift_ = 0;                     // 64 - log2 of the slot count
-    std::vector<std::uint32_t> slots_;  // first point of a chain
-    std::vector<std::uint32_t> next_;   // next point of the chain, in order of entry
-    std::size_t lastSlot_ = 0;          // where the last LookUp ended
-    std::uint32_t lastInChain_ = kNone;
+    // No two stored points of a cell are equal under tolerances up to this one.
+    double distinctUpTo_ = 0;
+    double perUnit_ = 1;       // buckets per unit
+    float exactFrom_ = 0;      // coordinates beyond this have no other float within the tolerance
+    bool cellsInKey_ = false;  // where a bucket may span many cells
+    std::uint32_t count_ = 0;  // points that have an index
+    std::size_t entered_ = 0;
+    std::vector<std::uint32_t> exact_;  // open addressing by the points' bits
+    std::vector<std::uint32_t> heads_;  // of the chains of links, in order of entry
+    std::vector<Link> links_;
 };
 
 }  // namespace tessera

@@ -45,11 +45,7 @@ void CElement::Clear() {
     bounds_ = {1e-28f, 1e-28f, 1e-28f, -1e-28f, -1e-28f, -1e-28f, 0};
 }
 
-void CElement::SetElementExternalColor(const Color& color) {
-    externalColor = Clamped(color);
-}
-void CElement::SetElementInternalColor(const Color& color) {
-    internalColor = Clamped(color);
-}
+void CElement::SetElementExternalColor(const Color& color) { externalColor = Clamped(color); }
+void CElement::SetElementInternalColor(const Color& color) { internalColor = Clamped(color); }
 
 }  // namespace tessera

@@ -20,9 +20,7 @@ constexpr double kWideTolerance = 0.01;
 
 std::uint32_t g_triNormalBase = 0;
 
-TriNormalTable::TriNormalTable() {
-    normals_.reserve(kFirstSlots);
-}
+TriNormalTable::TriNormalTable() { normals_.reserve(kFirstSlots); }
 
 const unsigned char* TriNormalTable::Read(const unsigned char* stream) {
     Clear();

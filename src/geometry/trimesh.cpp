@@ -15,9 +15,7 @@ bool IsIdentity(const CMatrix& matrix) {
 
 }  // namespace
 
-CTriMesh::CTriMesh(TriNormalTable* normals) : normals_(normals) {
-    alpha = 0.96f;
-}
+CTriMesh::CTriMesh(TriNormalTable* normals) : normals_(normals) { alpha = 0.96f; }
 CTriMesh::~CTriMesh() = default;
 
 std::vector<Vec3> CTriMesh::Facets() const {

@@ -16,12 +16,8 @@ using TriangleIndex = std::uint32_t;
 constexpr TriangleIndex kNoTriangle = 0xffffffffu;
 
 // Edge k of a triangle runs from corner k to corner NextCorner(k).
-constexpr int NextCorner(int k) {
-    return k == 2 ? 0 : k + 1;
-}
-constexpr int PreviousCorner(int k) {
-    return k == 0 ? 2 : k - 1;
-}
+constexpr int NextCorner(int k) { return k == 2 ? 0 : k + 1; }
+constexpr int PreviousCorner(int k) { return k == 0 ? 2 : k - 1; }
 
 struct TriMeshTriangle {
     // flags
@@ -174,7 +170,8 @@ private:
     // geometry/trimesh_tolerance.cpp
     void RemoveCollapsed();
     void MergeVertices();
-    void MergeInto(std::uint32_t kept, std::uint32_t merged, bool first, std::vector<std::vector<TriangleIndex>>& uses);
+    void MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, std::uint32_t merged,
+                   std::vector<TriangleIndex>& moved, bool first);
 
     // geometry/trimesh_spool.cpp
     void LockShared(int pollMilliseconds);

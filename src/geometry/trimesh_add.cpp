@@ -11,9 +11,7 @@ constexpr float kLargestCoordinate = 1e20f;
 constexpr double kGivenNormalLimit = 45.0;    // degrees between a corner's normal and the facet's
 constexpr double kCheckedNormalLimit = 50.0;  // the same, for triangles that arrive in bulk
 
-Vec3 ToVec3(const float* p) {
-    return {p[0], p[1], p[2]};
-}
+Vec3 ToVec3(const float* p) { return {p[0], p[1], p[2]}; }
 
 void ToVec3(const float p[9], Vec3 out[3]) {
     for (int k = 0; k < 3; ++k) out[k] = ToVec3(p + 3 * k);
@@ -32,9 +30,7 @@ bool FetchThree(const double* values, std::uint32_t count, const std::uint32_t* 
 }
 
 // Also false for NaN.
-bool IsPlaceable(float value) {
-    return std::fabs(value) < kLargestCoordinate;
-}
+bool IsPlaceable(float value) { return std::fabs(value) < kLargestCoordinate; }
 bool ArePlaceable(const Vec3 p[3]) {
     for (int k = 0; k < 3; ++k)
         if (!(IsPlaceable(p[k].x) && IsPlaceable(p[k].y) && IsPlaceable(p[k].z))) return false;
@@ -50,9 +46,7 @@ bool AreEqualPoints(const Vec3 p[3]) {
     return PointsEqual(p[0], p[1]) || PointsEqual(p[1], p[2]) || PointsEqual(p[0], p[2]);
 }
 
-double LengthSquared(const Vec3& v) {
-    return Dot(v, v);
-}
+double LengthSquared(const Vec3& v) { return Dot(v, v); }
 
 // Whether the tip of a normal that stands at p lies above the plane through origin with normal facet.
 bool VotesForFacet(const Vec3& p, const Vec3& n, const Vec3& facet, const Vec3& origin) {
@@ -61,9 +55,7 @@ bool VotesForFacet(const Vec3& p, const Vec3& n, const Vec3& facet, const Vec3& 
     return facet.x * tip[0] + facet.y * tip[1] + facet.z * tip[2] - Dot(facet, origin) > 0;
 }
 
-void Negate(Vec3& n) {
-    n = Normalized(-n);
-}
+void Negate(Vec3& n) { n = Normalized(-n); }
 
 // The corners' normals vote on which side is out; the winding follows the majority, and a corner that
 // voted against it has its normal turned. Gives true if the winding was reversed.

@@ -10,6 +10,8 @@ namespace {
 // An axis along which a mesh is thinner than this gets a box one unit thick.
 constexpr float kThinnestBox = 1e-5f;
 constexpr double kTrianglesPerCell = 20;
+// Triangles between the announcement of a look-up and the look-up.
+constexpr std::size_t kPrefetchAhead = 6;
 
 void WidenIfThin(float& low, float& high) {
     if (high - low < kThinnestBox) {
@@ -68,6 +70,8 @@ void CTriMesh::Weld() {
     std::size_t given = 0;
     for (std::size_t i = 0; i < count; ++i) {
         rawPoints_.ReleaseBefore(i);
+        if (i + kPrefetchAhead < count)
+            for (int k = 0; k < 3; ++k) grid.Prefetch(rawPoints_.Three(i + kPrefetchAhead)[k]);
         const Vec3* p = rawPoints_.Three(i);
         const Vec3* n = rawGiven_[i] ? rawNormals_.Three(given++) : nullptr;
         TriMeshTriangle& t = triangles_[i];

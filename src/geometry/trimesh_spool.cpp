@@ -21,9 +21,7 @@ void CTriMesh::LockShared(int pollMilliseconds) {
     Reload();
 }
 
-void CTriMesh::UnlockShared() {
-    --readers_;
-}
+void CTriMesh::UnlockShared() { --readers_; }
 
 void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
     {

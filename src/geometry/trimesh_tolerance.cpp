@@ -1,7 +1,7 @@
 // A larger weld tolerance on a finished mesh.
 #include <algorithm>
+#include <bit>
 #include <cmath>
-#include <unordered_map>
 
 #include "geometry/trimesh.h"
 
@@ -10,52 +10,67 @@ namespace {
 
 constexpr float kLeastChange = 1e-5f;
 
-// The vertices that still have triangles, hashed by cubes as wide as the tolerance reaches, so that all that
-// may equal a vertex stand in the 27 cubes around it.
-class VertexBuckets {
+// The vertices that wait to be merged, in hashed cubes twice as wide as the tolerance: all that may equal a
+// vertex stand in the eight cubes nearest to it.
+class WaitingVertices {
 public:
-    VertexBuckets(const std::vector<Vec3>& vertices, double tolerance)
-        : vertices_(vertices), width_(tolerance * 1.001) {
-        buckets_.reserve(vertices.size());
-    }
-    void Add(std::uint32_t v) { buckets_[Hash(At(v, 0), At(v, 1), At(v, 2))].push_back(v); }
-    void Remove(std::uint32_t v) {
-        std::vector<std::uint32_t>& bucket = buckets_[Hash(At(v, 0), At(v, 1), At(v, 2))];
-        const auto found = std::find(bucket.begin(), bucket.end(), v);
-        if (found == bucket.end()) return;
-        *found = bucket.back();
-        bucket.pop_back();
-    }
-    // The vertices that equal v, in ascending order.
-    void Equals(std::uint32_t v, std::vector<std::uint32_t>& found) const {
-        found.clear();
-        for (int dx = -1; dx <= 1; ++dx)
-            for (int dy = -1; dy <= 1; ++dy)
-                for (int dz = -1; dz <= 1; ++dz) {
-                    const auto bucket = buckets_.find(Hash(At(v, 0) + dx, At(v, 1) + dy, At(v, 2) + dz));
-                    if (bucket == buckets_.end()) continue;
-                    for (const std::uint32_t other : bucket->second)
-                        if (PointsEqual(vertices_[v], vertices_[other])) found.push_back(other);
-                }
-        std::sort(found.begin(), found.end());
-        found.erase(std::unique(found.begin(), found.end()), found.end());
-    }
+    WaitingVertices(const std::vector<Vec3>& vertices, double tolerance);
+    bool IsWaiting(std::uint32_t v) const { return waiting_[v]; }
+    void Remove(std::uint32_t v) { waiting_[v] = false; }
+    // Those that equal v, in ascending order.
+    void FindEquals(std::uint32_t v, std::vector<std::uint32_t>& found) const;
 
 private:
-    std::int64_t At(std::uint32_t v, std::size_t axis) const {
-        const double cell = std::floor(vertices_[v][axis] / width_);
-        return cell > -1e15 && cell < 1e15 ? static_cast<std::int64_t>(cell) : 0;
-    }
-    static std::uint64_t Hash(std::int64_t x, std::int64_t y, std::int64_t z) {
-        std::uint64_t h = static_cast<std::uint64_t>(x) * 0x9e3779b97f4a7c15u;
-        h = (h ^ (h >> 32) ^ static_cast<std::uint64_t>(y)) * 0xc2b2ae3d27d4eb4fu;
-        return (h ^ (h >> 32) ^ static_cast<std::uint64_t>(z)) * 0x165667b19e3779f9u;
-    }
+    double Scaled(std::uint32_t v, std::size_t axis) const { return vertices_[v][axis] * perUnit_; }
+    std::size_t SlotOf(const double cube[3]) const;
 
     const std::vector<Vec3>& vertices_;
-    double width_;
-    std::unordered_map<std::uint64_t, std::vector<std::uint32_t>> buckets_;
+    double perUnit_;
+    std::vector<std::uint32_t> slotStart_, slotItems_;
+    std::vector<bool> waiting_;
 };
+
+WaitingVertices::WaitingVertices(const std::vector<Vec3>& vertices, double tolerance)
+    : vertices_(vertices), perUnit_(1 / (2.002 * tolerance)), waiting_(vertices.size(), true) {
+    slotStart_.assign(std::bit_ceil(std::max<std::size_t>(vertices.size(), 16)) + 1, 0);
+    std::vector<std::uint32_t> slots(vertices.size());
+    for (std::uint32_t v = 0; v < vertices.size(); ++v) {
+        const double cube[3] = {std::floor(Scaled(v, 0)), std::floor(Scaled(v, 1)), std::floor(Scaled(v, 2))};
+        slots[v] = static_cast<std::uint32_t>(SlotOf(cube));
+        ++slotStart_[slots[v] + 1];
+    }
+    for (std::size_t s = 1; s < slotStart_.size(); ++s) slotStart_[s] += slotStart_[s - 1];
+    slotItems_.resize(vertices.size());
+    std::vector<std::uint32_t> next(slotStart_.begin(), slotStart_.end() - 1);
+    for (std::uint32_t v = 0; v < vertices.size(); ++v) slotItems_[next[slots[v]]++] = v;
+}
+
+std::size_t WaitingVertices::SlotOf(const double cube[3]) const {
+    std::uint64_t hash = 0;
+    for (int axis = 0; axis < 3; ++axis)
+        hash = ((hash ^ (hash >> 32)) + std::bit_cast<std::uint64_t>(cube[axis] + 0.0)) * 0x9e3779b97f4a7c15u;
+    return (hash >> 32) & (slotStart_.size() - 2);
+}
+
+void WaitingVertices::FindEquals(std::uint32_t v, std::vector<std::uint32_t>& found) const {
+    found.clear();
+    double near[3], other[3];  // the cube that holds v, and the nearest one beside it
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const double scaled = Scaled(v, axis);
+        near[axis] = std::floor(scaled);
+        other[axis] = near[axis] + (scaled - near[axis] < 0.5 ? -1 : 1);
+    }
+    for (int corner = 0; corner < 8; ++corner) {
+        const double cube[3] = {corner & 1 ? other[0] : near[0], corner & 2 ? other[1] : near[1],
+                                corner & 4 ? other[2] : near[2]};
+        const std::size_t slot = SlotOf(cube);
+        for (std::uint32_t at = slotStart_[slot]; at < slotStart_[slot + 1]; ++at)
+            if (waiting_[slotItems_[at]] && PointsEqual(vertices_[v], vertices_[slotItems_[at]]))
+                found.push_back(slotItems_[at]);
+    }
+    std::sort(found.begin(), found.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
+}
 
 }  // namespace
 
@@ -118,39 +133,48 @@ void CTriMesh::RemoveCollapsed() {
 // triangles stays in the table, and may yet take over those of a later one: equality does not carry over
 // from vertex to vertex.
 void CTriMesh::MergeVertices() {
-    std::vector<std::vector<TriangleIndex>> uses(vertices_.size());
-    VertexBuckets waiting(vertices_, pointTolerance_);
-    for (std::uint32_t v = 0; v < vertices_.size(); ++v) {
-        uses[v].assign(Incident(v).begin(), Incident(v).end());
-        if (!uses[v].empty()) waiting.Add(v);
-    }
+    std::vector<std::vector<TriangleIndex>> changed(vertices_.size());  // of the vertices that take part in a merge
+    std::vector<bool> isChanged(vertices_.size(), false);
+    const auto usesOf = [&](std::uint32_t v) -> std::vector<TriangleIndex>& {
+        if (!isChanged[v]) changed[v].assign(Incident(v).begin(), Incident(v).end());
+        isChanged[v] = true;
+        return changed[v];
+    };
+    WaitingVertices waiting(vertices_, pointTolerance_);
+    for (std::uint32_t v = 0; v < vertices_.size(); ++v)
+        if (Incident(v).begin() == Incident(v).end()) waiting.Remove(v);
     std::vector<std::uint32_t> equal;
     for (std::uint32_t v = 0; v < vertices_.size(); ++v) {
         waiting.Remove(v);
-        waiting.Equals(v, equal);
+        waiting.FindEquals(v, equal);
         for (const std::uint32_t other : equal) {
             waiting.Remove(other);
-            MergeInto(v, other, other == equal.front(), uses);
+            MergeInto(v, usesOf(v), other, usesOf(other), other == equal.front());
         }
     }
-    incident_.clear();
-    for (std::size_t v = 0; v < vertices_.size(); ++v) {
-        incident_.insert(incident_.end(), uses[v].begin(), uses[v].end());
-        incidentStart_[v + 1] = static_cast<std::uint32_t>(incident_.size());
+    std::vector<TriangleIndex> incident;
+    incident.reserve(incident_.size());
+    std::uint32_t start = 0;
+    for (std::uint32_t v = 0; v < vertices_.size(); ++v) {
+        const TriangleIndex* first = isChanged[v] ? changed[v].data() : incident_.data() + start;
+        const TriangleIndex* last = isChanged[v] ? first + changed[v].size() : incident_.data() + incidentStart_[v + 1];
+        start = incidentStart_[v + 1];
+        incident.insert(incident.end(), first, last);
+        incidentStart_[v + 1] = static_cast<std::uint32_t>(incident.size());
     }
+    incident_.swap(incident);
 }
 
 // On the first merge at a vertex the triangles that were there all along are tried with each other too: the
 // removal of collapsed ones may have left some without a neighbour.
-void CTriMesh::MergeInto(std::uint32_t kept, std::uint32_t merged, bool first,
-                         std::vector<std::vector<TriangleIndex>>& uses) {
-    for (const TriangleIndex i : uses[merged])
+void CTriMesh::MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, std::uint32_t merged,
+                         std::vector<TriangleIndex>& moved, bool first) {
+    for (const TriangleIndex i : moved)
         for (std::uint32_t& v : triangles_[i].vertex)
             if (v == merged) v = kept;
-    std::vector<TriangleIndex>& all = uses[kept];
     const std::size_t before = all.size();
-    all.insert(all.end(), uses[merged].begin(), uses[merged].end());
-    std::vector<TriangleIndex>().swap(uses[merged]);
+    all.insert(all.end(), moved.begin(), moved.end());
+    moved.clear();
     std::vector<TriangleIndex> open;
     std::size_t firstNew = 0;
     for (std::size_t at = 0; at < all.size(); ++at) {

@@ -16,9 +16,7 @@ namespace {
 // What a signed 32-bit reader of the length can still take.
 constexpr std::uint64_t kMaxBytes = std::numeric_limits<std::int32_t>::max() - sizeof(ULONG) - sizeof(OLECHAR);
 
-ULONG* LengthOf(BSTR text) {
-    return reinterpret_cast<ULONG*>(text) - 1;
-}
+ULONG* LengthOf(BSTR text) { return reinterpret_cast<ULONG*>(text) - 1; }
 
 // A string of that many bytes, not written yet but for the length and the terminating zero.
 BSTR Allocate(std::uint64_t bytes) {
@@ -57,13 +55,9 @@ void SysFreeString(BSTR text) {
     if (text) std::free(LengthOf(text));
 }
 
-UINT SysStringLen(BSTR text) {
-    return SysStringByteLen(text) / sizeof(OLECHAR);
-}
+UINT SysStringLen(BSTR text) { return SysStringByteLen(text) / sizeof(OLECHAR); }
 
-UINT SysStringByteLen(BSTR text) {
-    return text ? *LengthOf(text) : 0;
-}
+UINT SysStringByteLen(BSTR text) { return text ? *LengthOf(text) : 0; }
 
 HRESULT VarBstrCmp(BSTR left, BSTR right, ULONG, ULONG) {
     const UINT leftLength = SysStringLen(left);
@@ -75,6 +69,7 @@ HRESULT VarBstrCmp(BSTR left, BSTR right, ULONG, ULONG) {
 }
 
 HRESULT VarBstrCat(BSTR left, BSTR right, BSTR* result) {
+    if (!result) return STATUS_FAIL;
     const std::uint64_t leftBytes = SysStringByteLen(left);
     const std::uint64_t rightBytes = SysStringByteLen(right);
     *result = Allocate(leftBytes + rightBytes);

@@ -40,9 +40,7 @@ bool SpoolFile::Write(const void* data, std::size_t bytes) {
     return true;
 }
 
-bool SpoolFile::Flush() {
-    return std::fflush(file_) == 0;
-}
+bool SpoolFile::Flush() { return std::fflush(file_) == 0; }
 
 bool SpoolFile::Read(long offset, void* data, std::size_t bytes) const {
     auto* out = static_cast<char*>(data);

@@ -7,13 +7,9 @@
 
 namespace tessera {
 
-void* CoTaskMemAlloc(std::size_t bytes) {
-    return std::malloc(bytes);
-}
+void* CoTaskMemAlloc(std::size_t bytes) { return std::malloc(bytes); }
 
-void CoTaskMemFree(void* block) {
-    std::free(block);
-}
+void CoTaskMemFree(void* block) { std::free(block); }
 
 }  // namespace tessera
 

@@ -26,9 +26,7 @@ void AppendUtf8(std::string& out, std::uint32_t code) {
 
 }  // namespace
 
-String ToString(BSTR text) {
-    return text ? String(text, SysStringLen(text)) : String();
-}
+String ToString(BSTR text) { return text ? String(text, SysStringLen(text)) : String(); }
 
 BSTR ToBstr(const String& text) {
     BSTR copy = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));

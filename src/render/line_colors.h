@@ -7,9 +7,7 @@
 
 namespace tessera {
 
-inline void SetColor(const Color& color) {
-    glColor3f(color.red, color.green, color.blue);
-}
+inline void SetColor(const Color& color) { glColor3f(color.red, color.green, color.blue); }
 
 // On paper white lines would not show.
 inline Color PrintedColor(const Color& color, bool printing) {

@@ -10,9 +10,7 @@ namespace tessera {
 namespace {
 
 // A selected instance shows only where highlights are asked for, and nothing else shows there.
-bool IsWanted(const CNode& node, int kind) {
-    return (node.selected != 0) == (kind == DrawKindHighlight);
-}
+bool IsWanted(const CNode& node, int kind) { return (node.selected != 0) == (kind == DrawKindHighlight); }
 
 }  // namespace
 

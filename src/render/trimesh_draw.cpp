@@ -104,31 +104,21 @@ void CTriMesh::DrawMode(const CMatrix& matrix, int pass) {
             const TransparentScope scope(transparent);
             return DrawSmooth();
         }
-        case ShadeWire:
-            return DrawWire(matrix);
-        case ShadeWireAll:
-            return DrawAllEdges();
-        case ShadeHiddenLine:
-            return DrawHiddenLine(matrix);
-        case ShadeVertexCloud:
-            return DrawThinnedPoints();
-        case ShadeSmoothEdges:
-            return DrawSmoothEdges(transparent);
-        case ShadeSection:
-            return DrawSectionMode(matrix, pass);
-        case ShadeSilhouetteDashed:
-            return DrawDashedSilhouette(matrix);
-        case ShadeStripPoints:
-            return DrawStripPoints();
-        case ShadeHighlight:
-            return DrawHighlight();
+        case ShadeWire: return DrawWire(matrix);
+        case ShadeWireAll: return DrawAllEdges();
+        case ShadeHiddenLine: return DrawHiddenLine(matrix);
+        case ShadeVertexCloud: return DrawThinnedPoints();
+        case ShadeSmoothEdges: return DrawSmoothEdges(transparent);
+        case ShadeSection: return DrawSectionMode(matrix, pass);
+        case ShadeSilhouetteDashed: return DrawDashedSilhouette(matrix);
+        case ShadeStripPoints: return DrawStripPoints();
+        case ShadeHighlight: return DrawHighlight();
         case ShadeEnvMap: {
             ComputeVertexNormals();
             const TransparentScope scope(transparent);
             return DrawEnvMap();
         }
-        default:
-            return;  // no surface
+        default: return;  // no surface
     }
 }
 

@@ -12,9 +12,7 @@ constexpr GLbitfield kLineBits = GL_COLOR_BUFFER_BIT | GL_LIGHTING_BIT | GL_POIN
 // Section lines are lifted this far off a cap.
 constexpr float kSectionLift = 0.0001f;
 
-void EmitPoint(const Vec3& p) {
-    glVertex3f(p.x, p.y, p.z);
-}
+void EmitPoint(const Vec3& p) { glVertex3f(p.x, p.y, p.z); }
 
 }  // namespace
 
@@ -236,8 +234,7 @@ void CTriMesh::EmitVertices(const CMatrix& matrix, short mode) {
                 for (int k = 0; k < 3; ++k)
                     if (KindOf(i, k) != EdgeKind::None) EmitEdge(triangles_[i], k);
             return;
-        default:
-            return;
+        default: return;
     }
 }
 

@@ -16,8 +16,8 @@ namespace {
 
 // The first step of a strip stays below this angle between facets.
 constexpr double kFirstStepLimit = 45.0;
-// A line of this many triangles is taken without looking at the other directions.
-constexpr int kLongEnough = 64;
+// A line of this many vertices is taken without looking at the other directions.
+constexpr std::size_t kLongEnough = 64;
 
 // Where a line stands: a triangle and the edge over which it goes on.
 struct Place {
@@ -25,9 +25,15 @@ struct Place {
     int exit = 0;
 };
 
-struct Line {
-    Place start;
-    int length = 0;  // triangles
+// A corner of a triangle that a strip takes its next vertex from.
+struct StripCorner {
+    TriangleIndex triangle;
+    int corner;
+};
+
+// What the strip arrays are filled from.
+struct StripVertex {
+    std::uint32_t normal, vertex;
 };
 
 class StripBuilder {
@@ -35,18 +41,19 @@ public:
     StripBuilder(std::vector<TriMeshTriangle>& triangles, const std::vector<Vec3>& facets,
                  const std::vector<std::uint8_t>& smooth)
         : triangles_(triangles), facets_(facets), smooth_(smooth), seen_(triangles.size(), 0) {
-        corners_.reserve(triangles.size() + triangles.size() / 4);
+        vertices_.reserve(triangles.size() + triangles.size() / 4);
     }
     void Build();
-    // Corner k of triangle t as 4 * t + k, for each vertex of each strip.
-    const std::vector<std::uint32_t>& Corners() const { return corners_; }
+    const std::vector<StripVertex>& Vertices() const { return vertices_; }
     std::vector<int> TakeLengths() { return std::move(lengths_); }
 
 private:
-    Line LongestLine(TriangleIndex t);
-    Line Follow(Place from);
-    int Forward(Place at);
-    int Backward(Place at, Place& start);
+    using Line = std::vector<StripCorner>;
+
+    void FindLongestLine(TriangleIndex t);
+    void Follow(Place from, Line& line);
+    void Backward(Place at, Line& line);
+    void Forward(Place at, Line& line);
     void Emit(const Line& line);
     // The triangle across an edge, if a strip may go there; entry is the edge on its side.
     TriangleIndex Across(TriangleIndex t, int edge, int& entry) const;
@@ -57,7 +64,8 @@ private:
     const std::vector<std::uint8_t>& smooth_;
     std::vector<std::uint32_t> seen_;  // number of the last walk that met the triangle
     std::uint32_t walk_ = 0;
-    std::vector<std::uint32_t> corners_;
+    Line best_, other_, behind_;
+    std::vector<StripVertex> vertices_;
     std::vector<int> lengths_;
     AngleLimit firstStep_{kFirstStepLimit};
 };
@@ -79,47 +87,52 @@ bool StripBuilder::IsFirstStep(Place at) const {
     return firstStep_.IsAbove(Dot(facets_[at.triangle], facets_[triangles_[at.triangle].neighbour[at.exit]]));
 }
 
-// Number of triangles behind the place. The place is an even triangle of the strip, so the next is an odd one.
-int StripBuilder::Forward(Place at) {
-    int count = 0, entry = 0;
-    for (bool odd = true;; odd = !odd, ++count) {
+// Adds the corners behind the place, an even triangle of the strip, so that the next is an odd one.
+void StripBuilder::Forward(Place at, Line& line) {
+    int entry = 0;
+    for (bool odd = true;; odd = !odd) {
         const TriangleIndex next = Across(at.triangle, at.exit, entry);
-        if (next == kNoTriangle || seen_[next] == walk_) return count;
+        if (next == kNoTriangle || seen_[next] == walk_) return;
         seen_[next] = walk_;
+        line.push_back({next, PreviousCorner(entry)});
         at = {next, odd ? PreviousCorner(entry) : NextCorner(entry)};
     }
 }
 
-// Goes back along the line to the first even triangle that a strip may start from; gives the number of
-// triangles between it and the place.
-int StripBuilder::Backward(Place at, Place& start) {
-    start = at;
-    int count = 0, behind = 0, exit = 0;
-    int entry = PreviousCorner(at.exit);
+// Starts the line at the first even triangle, back from the place, that a strip may start from, and adds the
+// corners up to the place.
+void StripBuilder::Backward(Place at, Line& line) {
+    Place start = at;
+    std::size_t kept = 0;
+    behind_.clear();
+    int exit = 0, entry = PreviousCorner(at.exit);
+    behind_.push_back({at.triangle, PreviousCorner(entry)});
     for (bool odd = true;; odd = !odd) {
         const TriangleIndex before = Across(at.triangle, entry, exit);
-        if (before == kNoTriangle || seen_[before] == walk_) return behind;
+        if (before == kNoTriangle || seen_[before] == walk_) break;
         seen_[before] = walk_;
-        ++count;
         at = {before, exit};
         entry = odd ? NextCorner(exit) : PreviousCorner(exit);
         if (!odd && IsFirstStep(at)) {
             start = at;
-            behind = count;
+            kept = behind_.size();
         }
+        behind_.push_back({before, PreviousCorner(entry)});
     }
+    for (const int corner : {PreviousCorner(start.exit), start.exit, NextCorner(start.exit)})
+        line.push_back({start.triangle, corner});
+    while (kept > 0) line.push_back(behind_[--kept]);
 }
 
-Line StripBuilder::Follow(Place from) {
+void StripBuilder::Follow(Place from, Line& line) {
+    line.clear();
     seen_[from.triangle] = ++walk_;
-    Line line;
-    line.length = 1 + Forward(from);
-    line.length += Backward(from, line.start);
-    return line;
+    Backward(from, line);
+    Forward(from, line);
 }
 
 // Directions are tried from the flattest on; of lines of one length the first stays.
-Line StripBuilder::LongestLine(TriangleIndex t) {
+void StripBuilder::FindLongestLine(TriangleIndex t) {
     int exits[3], count = 0, entry = 0;
     double flatness[3];
     for (int k = 0; k < 3; ++k) {
@@ -128,33 +141,22 @@ Line StripBuilder::LongestLine(TriangleIndex t) {
         exits[count++] = k;
     }
     std::stable_sort(exits, exits + count, [&](int a, int b) { return flatness[a] > flatness[b]; });
-    Line best;
-    for (int i = 0; i < count && best.length < kLongEnough; ++i) {
-        const Line line = Follow({t, exits[i]});
-        if (line.length > best.length) best = line;
+    best_.clear();
+    for (int i = 0; i < count && best_.size() < kLongEnough; ++i) {
+        Follow({t, exits[i]}, other_);
+        if (other_.size() > best_.size()) best_.swap(other_);
     }
-    return best;
+    if (!best_.empty()) return;
+    for (int k = 0; k < 3; ++k) best_.push_back({t, k});  // a strip of its own
 }
 
 void StripBuilder::Emit(const Line& line) {
-    const std::size_t before = corners_.size();
-    Place at = line.start;
-    const auto add = [this](TriangleIndex t, int corner) {
-        corners_.push_back(4 * t + static_cast<std::uint32_t>(corner));
-    };
-    add(at.triangle, PreviousCorner(at.exit));
-    add(at.triangle, at.exit);
-    add(at.triangle, NextCorner(at.exit));
-    triangles_[at.triangle].flags |= TriMeshTriangle::kVisited;
-    int entry = 0;
-    for (bool odd = true;; odd = !odd) {
-        const TriangleIndex next = Across(at.triangle, at.exit, entry);
-        if (next == kNoTriangle) break;
-        triangles_[next].flags |= TriMeshTriangle::kVisited;
-        add(next, PreviousCorner(entry));
-        at = {next, odd ? PreviousCorner(entry) : NextCorner(entry)};
+    for (const StripCorner& at : line) {
+        TriMeshTriangle& t = triangles_[at.triangle];
+        t.flags |= TriMeshTriangle::kVisited;
+        vertices_.push_back({t.normal[at.corner], t.vertex[at.corner]});
     }
-    lengths_.push_back(static_cast<int>(corners_.size() - before));
+    lengths_.push_back(static_cast<int>(line.size()));
 }
 
 void StripBuilder::Build() {
@@ -162,14 +164,8 @@ void StripBuilder::Build() {
     for (TriMeshTriangle& t : triangles_) t.flags &= kMarks;
     for (TriangleIndex t = 0; t < triangles_.size(); ++t) {
         if (triangles_[t].flags & TriMeshTriangle::kVisited) continue;
-        Line line = LongestLine(t);
-        if (line.length == 0) {  // a strip of its own
-            triangles_[t].flags |= TriMeshTriangle::kVisited;
-            for (std::uint32_t k = 0; k < 3; ++k) corners_.push_back(4 * t + k);
-            lengths_.push_back(3);
-        } else {
-            Emit(line);
-        }
+        FindLongestLine(t);
+        Emit(best_);
     }
     lengths_.push_back(-1);
     for (TriMeshTriangle& t : triangles_) t.flags &= kMarks;
@@ -192,11 +188,10 @@ void CTriMesh::BuildStrips(const std::vector<Vec3>& facets, const std::vector<st
     stripLengths_ = builder.TakeLengths();
     stripLengths_.shrink_to_fit();
     std::vector<float>().swap(stripVertices_);
-    stripVertices_.resize(6 * builder.Corners().size());
+    stripVertices_.resize(6 * builder.Vertices().size());
     float* out = stripVertices_.data();
-    for (const std::uint32_t corner : builder.Corners()) {
-        const TriMeshTriangle& t = triangles_[corner / 4];
-        const Vec3 &n = (*normals_)[t.normal[corner % 4]], &p = vertices_[t.vertex[corner % 4]];
+    for (const StripVertex& v : builder.Vertices()) {
+        const Vec3 &n = (*normals_)[v.normal], &p = vertices_[v.vertex];
         for (const float value : {n.x, n.y, n.z, p.x, p.y, p.z}) *out++ = value;
     }
     stripsValid_ = true;

@@ -96,9 +96,7 @@ int CAssembly::FirstChild() {
     return children_.empty() ? 0 : 1;
 }
 
-CNode* CAssembly::NextChild() {
-    return childCursor_ == children_.end() ? nullptr : *childCursor_++;
-}
+CNode* CAssembly::NextChild() { return childCursor_ == children_.end() ? nullptr : *childCursor_++; }
 
 void CAssembly::InvalidateBoundBox() {
     for (CNode* child : children_) child->InvalidateBoundBox();

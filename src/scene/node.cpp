@@ -11,13 +11,9 @@ CNode::CNode() : name_(FromAscii("No Name")) {
 
 CNode::~CNode() = default;
 
-int CNode::GetNodeIDFromName(const String& text) {
-    return name_ == text ? id : -1;
-}
+int CNode::GetNodeIDFromName(const String& text) { return name_ == text ? id : -1; }
 
-void CNode::SetCamera(const float view[6]) {
-    std::copy_n(view, 6, camera);
-}
+void CNode::SetCamera(const float view[6]) { std::copy_n(view, 6, camera); }
 
 void CNode::SetUseDisplayAcc(bool status, float accuracy, const BBox&) {
     useDisplayAcc = status;

@@ -16,16 +16,11 @@ void CPart::Release() {
 
 Color& CPart::ColorOf(ColorIndex index) {
     switch (index) {
-        case ExternalColor:
-            return externalColor;
-        case InternalColor:
-            return internalColor;
-        case EdgeColor:
-            return edgeColor;
-        case BorderColor:
-            return borderColor;
-        case BackgroundColor:
-            break;
+        case ExternalColor: return externalColor;
+        case InternalColor: return internalColor;
+        case EdgeColor: return edgeColor;
+        case BorderColor: return borderColor;
+        case BackgroundColor: break;
     }
     return backgroundColor;
 }
@@ -34,21 +29,11 @@ void CPart::SetColor(ColorIndex index, const Color& color) {
     ColorOf(index) = color;
     colourSet = true;
     for (const auto& element : elements_) switch (index) {
-            case ExternalColor:
-                element->SetElementExternalColor(color);
-                break;
-            case InternalColor:
-                element->SetElementInternalColor(color);
-                break;
-            case EdgeColor:
-                element->edgeColor = color;
-                break;
-            case BorderColor:
-                element->borderColor = color;
-                break;
-            case BackgroundColor:
-                element->backgroundColor = color;
-                break;
+            case ExternalColor: element->SetElementExternalColor(color); break;
+            case InternalColor: element->SetElementInternalColor(color); break;
+            case EdgeColor: element->edgeColor = color; break;
+            case BorderColor: element->borderColor = color; break;
+            case BackgroundColor: element->backgroundColor = color; break;
         }
 }
 

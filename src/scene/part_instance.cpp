@@ -15,9 +15,7 @@ void CPartInstance::LinkPart(CPart* part) {
     InvalidateBoundBox();
 }
 
-int CPartInstance::GetPartID() const {
-    return part_ ? part_->id : 0;
-}
+int CPartInstance::GetPartID() const { return part_ ? part_->id : 0; }
 
 void CPartInstance::InvalidateBoundBox() {
     boxMatrix_.reset();
@@ -34,12 +32,8 @@ int CPartInstance::Remove(int nodeId) {
     return 1;
 }
 
-CPart* CPartInstance::FindPart(int partId) {
-    return part_ && part_->id == partId ? part_ : nullptr;
-}
-CPart* CPartInstance::FindPartByName(const String& text) {
-    return part_ && part_->name == text ? part_ : nullptr;
-}
+CPart* CPartInstance::FindPart(int partId) { return part_ && part_->id == partId ? part_ : nullptr; }
+CPart* CPartInstance::FindPartByName(const String& text) { return part_ && part_->name == text ? part_ : nullptr; }
 
 CPart* CPartInstance::FindOtherPartByName(const String& text, int partId) {
     return part_ && part_->id != partId && part_->name == text ? part_ : nullptr;

@@ -1,0 +1,111 @@
+// How the build of a mesh grows with its size where the plain way of looking things up would be quadratic.
+#include <benchmark/benchmark.h>
+#include <tessera/tessera.h>
+
+#include <cmath>
+#include <vector>
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+
+using Soup = std::vector<float>;
+
+void AddQuad(Soup& soup, const double corner[4][3]) {
+    for (const int i : {0, 1, 2, 0, 2, 3})
+        for (int axis = 0; axis < 3; ++axis) soup.push_back(static_cast<float>(corner[i][axis]));
+}
+
+// A tube of about n triangles around z: its vertices differ in z alone, all the way along.
+Soup Rod(std::size_t n) {
+    constexpr int kSides = 20;
+    const auto rings = static_cast<int>(n / (2 * kSides));
+    Soup soup;
+    soup.reserve(9 * n);
+    const auto at = [](int side, int ring, double* out) {
+        const double a = 2 * kPi * (side % kSides) / kSides;
+        out[0] = std::cos(a), out[1] = std::sin(a), out[2] = ring * 0.01;
+    };
+    for (int r = 0; r < rings; ++r)
+        for (int s = 0; s < kSides; ++s) {
+            double q[4][3];
+            at(s, r, q[0]), at(s + 1, r, q[1]), at(s + 1, r + 1, q[2]), at(s, r + 1, q[3]);
+            AddQuad(soup, q);
+        }
+    return soup;
+}
+
+// A torus of about n triangles: its normals fill the sphere of directions, a thousand to a cell and more.
+Soup Torus(std::size_t n) {
+    const int around = static_cast<int>(std::sqrt(static_cast<double>(n) / 2)), across = static_cast<int>(n / 2) / around;
+    Soup soup;
+    soup.reserve(9 * n);
+    const auto at = [&](int i, int j, double* out) {
+        const double u = 2 * kPi * (i % around) / around, v = 2 * kPi * (j % across) / across;
+        out[0] = (2 + std::cos(v)) * std::cos(u), out[1] = (2 + std::cos(v)) * std::sin(u), out[2] = std::sin(v);
+    };
+    for (int i = 0; i < around; ++i)
+        for (int j = 0; j < across; ++j) {
+            double q[4][3];
+            at(i, j, q[0]), at(i + 1, j, q[1]), at(i + 1, j + 1, q[2]), at(i, j + 1, q[3]);
+            AddQuad(soup, q);
+        }
+    return soup;
+}
+
+struct Scene {
+    Scene() {
+        int error = 0;
+        if (tessera::CreateTessera(&component) < 0) std::abort();
+        component->CreatePart(&part);
+        component->CreatePartInstance(&instance);
+        component->SetPart(instance, part, &error);
+        component->SetParent(instance, 0, &error);
+    }
+    ~Scene() { component->Release(); }
+    void Build(Soup& soup) {
+        int error = 0;
+        component->BeginTriMesh(part, &error);
+        for (std::size_t t = 0; t + 8 < soup.size(); t += 9) component->AddTriangle3P(part, &soup[t], &error);
+        component->EndTriMesh(part, &error);
+    }
+    tessera::ITessera* component = nullptr;
+    int part = 0, instance = 0;
+};
+
+void Report(benchmark::State& state, std::size_t triangles) {
+    state.counters["ns/triangle"] = benchmark::Counter(static_cast<double>(triangles),
+                                                       benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void BuildOf(benchmark::State& state, Soup soup) {
+    for (auto _ : state) {
+        Scene scene;
+        scene.Build(soup);
+    }
+    Report(state, soup.size() / 9);
+}
+
+void BuildTorus(benchmark::State& state) { BuildOf(state, Torus(static_cast<std::size_t>(state.range(0)))); }
+void BuildRod(benchmark::State& state) { BuildOf(state, Rod(static_cast<std::size_t>(state.range(0)))); }
+
+// A larger tolerance on a finished mesh: some vertices merge, most do not.
+void WidenTolerance(benchmark::State& state) {
+    Soup soup = Torus(static_cast<std::size_t>(state.range(0)));
+    const float edge = static_cast<float>(2 * kPi / std::sqrt(static_cast<double>(state.range(0)) / 2));
+    for (auto _ : state) {
+        state.PauseTiming();
+        Scene scene;
+        scene.Build(soup);
+        state.ResumeTiming();
+        int error = 0;
+        scene.component->SetPointTolerance(scene.instance, 0.6f * edge, &error);
+    }
+    Report(state, soup.size() / 9);
+}
+
+}  // namespace
+
+BENCHMARK(BuildTorus)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BuildRod)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(WidenTolerance)->Arg(40000)->Arg(400000)->Unit(benchmark::kMillisecond);
