@@ -1,7 +1,7 @@
 // Triangle strips ready for drawing.
 //
 // A strip runs straight on over the mesh, turning left and right in turn as GL_TRIANGLE_STRIP wants it, over
-// edges that are smooth at ten degrees. Long strips are what a frame's time hangs on: at each start the
+// edges that are smooth at ten degrees. Long strips are what a frame's time hangs on: from each start the
 // straight lines in the three directions are followed both ways, and the longest becomes the strip. For strips
 // in general see Evans, Skiena and Varshney, Optimizing Triangle Strips for Fast Rendering, 1996.
 #include <GL/gl.h>
@@ -16,8 +16,8 @@ namespace {
 
 // The first step of a strip stays below this angle between facets.
 constexpr double kFirstStepLimit = 45.0;
-// A line of this many vertices is taken without looking at the other directions.
-constexpr std::size_t kLongEnough = 64;
+// Vertices of a strip that counts as long.
+constexpr std::size_t kLong = 64;
 
 // Where a line stands: a triangle and the edge over which it goes on.
 struct Place {
@@ -65,6 +65,8 @@ private:
     std::vector<std::uint32_t> seen_;  // number of the last walk that met the triangle
     std::uint32_t walk_ = 0;
     Line best_, other_, behind_;
+    int lastExit_ = 0;
+    std::size_t lastLength_ = 1;
     std::vector<StripVertex> vertices_;
     std::vector<int> lengths_;
     AngleLimit firstStep_{kFirstStepLimit};
@@ -131,21 +133,24 @@ void StripBuilder::Follow(Place from, Line& line) {
     Forward(from, line);
 }
 
-// Directions are tried from the flattest on; of lines of one length the first stays.
+// Next to a long strip lies another one as a rule: the direction of the last one found among all three is taken
+// again while its lines stay about as long.
 void StripBuilder::FindLongestLine(TriangleIndex t) {
-    int exits[3], count = 0, entry = 0;
-    double flatness[3];
-    for (int k = 0; k < 3; ++k) {
-        if (Across(t, k, entry) == kNoTriangle || !IsFirstStep({t, k})) continue;
-        flatness[k] = Dot(facets_[t], facets_[triangles_[t].neighbour[k]]);
-        exits[count++] = k;
-    }
-    std::stable_sort(exits, exits + count, [&](int a, int b) { return flatness[a] > flatness[b]; });
+    int entry = 0;
     best_.clear();
-    for (int i = 0; i < count && best_.size() < kLongEnough; ++i) {
-        Follow({t, exits[i]}, other_);
-        if (other_.size() > best_.size()) best_.swap(other_);
+    if (Across(t, lastExit_, entry) != kNoTriangle && IsFirstStep({t, lastExit_})) {
+        Follow({t, lastExit_}, best_);
+        if (best_.size() >= kLong && best_.size() * 10 >= lastLength_ * 9) return;
     }
+    const int tried = lastExit_;
+    for (int k = 0; k < 3; ++k) {
+        if (k == tried || Across(t, k, entry) == kNoTriangle || !IsFirstStep({t, k})) continue;
+        Follow({t, k}, other_);
+        if (other_.size() <= best_.size()) continue;
+        best_.swap(other_);
+        lastExit_ = k;
+    }
+    lastLength_ = best_.size();
     if (!best_.empty()) return;
     for (int k = 0; k < 3; ++k) best_.push_back({t, k});  // a strip of its own
 }
