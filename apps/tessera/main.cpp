@@ -1,0 +1,58 @@
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+
+#include "commands.h"
+
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+
+int Fail(const std::string& reason) {
+    std::fprintf(stderr, "tessera: %s\n", reason.c_str());
+    return kFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    tessera::cli::RenderOptions render;
+    tessera::cli::Talk infoTalk;
+    std::string infoModel;
+    bool json = false;
+
+    CLI::App app("Shows and describes 3-D models of mechanical parts and assemblies.", "tessera");
+    app.set_version_flag("--version", "tessera " TESSERA_VERSION);
+    app.require_subcommand(1);
+    app.footer("Exit status: 0 done, 1 the work failed, 2 wrong usage. \"tessera COMMAND --help\" tells more.");
+
+    CLI::App* renderCommand = app.add_subcommand("render", "Draw models into a PNG file");
+    tessera::cli::DeclareRenderOptions(*renderCommand, render);
+    renderCommand->footer("Example: tessera render gearbox.glb -o gearbox.png --view front --mode smooth-edges");
+
+    CLI::App* infoCommand = app.add_subcommand("info", "Print a model's tree, parts, boxes and totals");
+    infoCommand->add_option("MODEL", infoModel, "Model file: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
+        ->required()
+        ->option_text(" ");
+    infoCommand->add_flag("--json", json, "Print JSON");
+    infoCommand->add_flag("-q,--quiet", infoTalk.quiet, "Say nothing but errors on standard error");
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        // Help and version come here too, with status 0.
+        return app.exit(error) == 0 ? kDone : kWrongUsage;
+    }
+    try {
+        if (renderCommand->parsed()) tessera::cli::Render(render);
+        if (infoCommand->parsed()) tessera::cli::Info(infoModel, json, infoTalk);
+    } catch (const std::bad_alloc&) {
+        return Fail("out of memory");
+    } catch (const std::exception& error) {
+        return Fail(error.what());
+    }
+    return std::fflush(stdout) == 0 ? kDone : Fail("standard output cannot be written");
+}

@@ -1,0 +1,150 @@
+#include "render_options.h"
+
+#include <charconv>
+#include <cmath>
+#include <map>
+
+namespace tessera::cli {
+
+namespace {
+
+const std::map<std::string, short> kModes = {
+    {"flat", 0},         {"smooth", 1},  {"wire", 2},       {"wire-all", 3},     {"hidden-line", 4}, {"points", 5},
+    {"smooth-edges", 6}, {"section", 7}, {"silhouette", 8}, {"strip-points", 9}, {"highlight", 10},  {"env-map", 11}};
+
+const std::map<std::string, host::View> kViews = {{"iso", host::View::kIso},      {"front", host::View::kFront},
+                                                  {"back", host::View::kBack},    {"left", host::View::kLeft},
+                                                  {"right", host::View::kRight},  {"top", host::View::kTop},
+                                                  {"bottom", host::View::kBottom}};
+
+const std::map<std::string, Overlay> kOverlays = {{"edges", Overlay::kEdges}, {"vertices", Overlay::kVertices}};
+
+// Numbers between commas, exactly as many as `values` holds.
+template <class Array>
+Array ParseNumbers(const std::string& option, std::string_view text) {
+    Array values{};
+    const char* at = text.data();
+    const char* end = at + text.size();
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const auto [next, error] = std::from_chars(at, end, values[i]);
+        const bool last = i + 1 == values.size();
+        const bool separated = last ? next == end : next != end && *next == ',';
+        if (error != std::errc() || !std::isfinite(values[i]) || !separated) {
+            throw CLI::ValidationError(option, "wants " + std::to_string(values.size()) +
+                                                   " numbers with commas between, not \"" + std::string(text) + "\"");
+        }
+        at = next + (last ? 0 : 1);
+    }
+    return values;
+}
+
+// Declares an option that takes one of the names in `meanings`.
+template <class Value>
+CLI::Option* AddChoice(CLI::App& command, const std::string& option, Value& value,
+                       const std::map<std::string, Value>& meanings, const std::string& help) {
+    const auto choose = [option, &value, &meanings](const std::string& name) {
+        const auto meaning = meanings.find(name);
+        if (meaning != meanings.end()) {
+            value = meaning->second;
+            return;
+        }
+        std::string known;
+        for (const auto& entry : meanings) known += " " + entry.first;
+        throw CLI::ValidationError(option, "does not know \"" + name + "\", only" + known);
+    };
+    return command.add_option_function<std::string>(option, choose, help)->option_text("NAME");
+}
+
+host::Rgb ParseColor(const std::string& option, std::string_view text) {
+    const auto color = ParseNumbers<host::Rgb>(option, text);
+    for (const float channel : color) {
+        if (channel < 0 || channel > 1) throw CLI::ValidationError(option, "wants numbers from 0 to 1");
+    }
+    return color;
+}
+
+void ParseSize(const std::string& text, RenderOptions& options) {
+    const char* end = text.data() + text.size();
+    const auto [cross, first] = std::from_chars(text.data(), end, options.width);
+    const bool separated = first == std::errc() && cross != end && *cross == 'x';
+    const auto [rest, second] = separated ? std::from_chars(cross + 1, end, options.height)
+                                          : std::from_chars_result{cross, std::errc::invalid_argument};
+    const bool inRange =
+        std::min(options.width, options.height) >= 1 && std::max(options.width, options.height) <= 16384;
+    if (!separated || second != std::errc() || rest != end || !inRange) {
+        throw CLI::ValidationError("--size", "wants WIDTHxHEIGHT with each from 1 to 16384, not \"" + text + "\"");
+    }
+}
+
+void ParseBackground(const std::string& text, RenderOptions& options) {
+    const std::size_t colon = text.find(':');
+    options.top = ParseColor("--background", std::string_view(text).substr(0, colon));
+    options.bottom =
+        colon == std::string::npos ? options.top : ParseColor("--background", std::string_view(text).substr(colon + 1));
+}
+
+void DeclareCamera(CLI::App& command, RenderOptions& options) {
+    CLI::Option* view = AddChoice(command, "--view", options.view, kViews,
+                                  "iso (the default), front, back, left, right, top or bottom");
+    CLI::Option* eye =
+        command
+            .add_option_function<std::string>(
+                "--eye", [&](const std::string& s) { options.eye = ParseNumbers<host::Vec3>("--eye", s); },
+                "Place of the camera, in place of a view that fits the model")
+            ->option_text("X,Y,Z")
+            ->excludes(view);
+    command
+        .add_option_function<std::string>(
+            "--target", [&](const std::string& s) { options.target = ParseNumbers<host::Vec3>("--target", s); },
+            "Point that the camera looks at; the middle of the model if left out")
+        ->option_text("X,Y,Z")
+        ->needs(eye);
+    command
+        .add_option_function<std::string>(
+            "--up", [&](const std::string& s) { options.up = ParseNumbers<host::Vec3>("--up", s); },
+            "Direction that points up on the picture. With a view, 0,1,0 takes Y for the world's vertical and 0,0,1 "
+            "takes Z; left out, it is Y for a glTF or COLLADA model, else Z")
+        ->option_text("X,Y,Z");
+    CLI::Option* parallel = command.add_flag("--parallel", options.parallel, "Parallel projection");
+    command.add_flag("--perspective")->description("Perspective projection (the default)")->excludes(parallel);
+}
+
+}  // namespace
+
+void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
+    command.add_option("MODEL", options.models, "Model files: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
+        ->required()
+        ->option_text("...");
+    command.add_option("-o,--output", options.output, "PNG file to write")->required()->option_text("OUT.png");
+    command
+        .add_option_function<std::string>(
+            "--size", [&](const std::string& text) { ParseSize(text, options); }, "Pixels of the picture [1024x768]")
+        ->option_text("WxH");
+    AddChoice(command, "--mode", options.mode, kModes,
+              "smooth (the default), flat, wire, wire-all, hidden-line, points, smooth-edges, section, silhouette, "
+              "strip-points, highlight or env-map");
+    DeclareCamera(command, options);
+    AddChoice(command, "--option", options.overlay, kOverlays, "Draw over the surfaces: edges (open ones) or vertices");
+    command
+        .add_option_function<std::string>(
+            "--color", [&](const std::string& s) { options.color = ParseColor("--color", s); },
+            "Colour of all surfaces, channels from 0 to 1, in place of the model's own")
+        ->option_text("R,G,B");
+    command.add_option("--alpha", options.alpha, "Opacity of all surfaces, 0 to 1")
+        ->check(CLI::Range(0.0, 1.0).description(""))
+        ->option_text("A");
+    command
+        .add_option_function<std::string>(
+            "--background", [&](const std::string& text) { ParseBackground(text, options); },
+            "Colour behind the model; two make a gradient from top to bottom")
+        ->option_text("R,G,B[:R,G,B]");
+    command.add_flag("--immediate", options.immediate, "Draw in immediate mode, not with vertex arrays");
+    command.add_option("--device", options.device, "EGL device to draw with, counted from 0; left out, the best one")
+        ->check(CLI::NonNegativeNumber.description(""))
+        ->option_text("N");
+    CLI::Option* quiet = command.add_flag("-q,--quiet", options.talk.quiet, "Say nothing but errors");
+    command.add_flag("-v,--verbose", options.talk.verbose, "Tell the OpenGL at work and what takes how long")
+        ->excludes(quiet);
+}
+
+}  // namespace tessera::cli
