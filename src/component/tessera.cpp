@@ -181,7 +181,18 @@ HRESULT CTessera::SetParent(int sonID, int parentID, int* errCode) {
     KeepDropped(son, parent);
     son->SetName(String(son->Name()));
     m_root->InvalidateBoundBox();
+    RememberLinked(son);
     return end(ErrDone);
+}
+
+// A host goes on with what it has just linked, as a rule.
+void CTessera::RememberLinked(CNode* son) {
+    if (!dropped_.empty()) return;  // a way up might go round for ever
+    const CNode* top = son;
+    while (top->parent) top = top->parent;
+    if (top != m_root) return;
+    foundNode_ = son;
+    if (son->GetNodeType() == 1) foundPart_ = static_cast<CPartInstance*>(son)->Part();
 }
 
 // A node moved under its own descendant closes a ring that hangs on nothing.

@@ -273,6 +273,7 @@ private:
     void ForgetFound();
     void ForgetSpoolFiles() { spoolFiles.clear(); }
     void KeepDropped(CNode* son, const CNode* parent);
+    void RememberLinked(CNode* son);
     HRESULT GiveBox(int nodeID, const CMatrix& reference, float* minPoint, float* maxPoint, int* errCode);
 
     std::atomic<ULONG> references_{1};

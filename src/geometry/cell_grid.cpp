@@ -48,7 +48,7 @@ double CellRule::Cell(double scaled) const {
 
 void CellGrid::Reset(const CellRule& rule, double tolerance, std::size_t expected) {
     rule_ = rule;
-    tolerance_ = std::max(tolerance, 1e-30);
+    tolerance_ = tolerance > 1e-30 ? tolerance : 1e-30;
     distinctUpTo_ = tolerance_;
     perUnit_ = 1 / (kBucketWidth * tolerance_);
     exactFrom_ = static_cast<float>(std::min(kExactFrom * tolerance_, 1e38));
@@ -101,6 +101,7 @@ void CellGrid::Prefetch(const Vec3& p) const {
 }
 
 std::uint32_t CellGrid::LookUp(const Vec3* points, const Vec3& p, double tolerance) {
+    if (!(tolerance >= 0)) return kNone;  // then no point equals even itself
     distinctUpTo_ = std::min(distinctUpTo_, tolerance);
     const std::uint32_t same = exact_[ExactSlot(points, p)];
     // An earlier point that equals p would equal its double too, which then would not have been entered.

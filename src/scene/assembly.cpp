@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "scene/part_instance.h"
+
 namespace tessera {
 
 CAssembly::~CAssembly() {
@@ -98,9 +100,8 @@ int CAssembly::FirstChild() {
 
 CNode* CAssembly::NextChild() { return childCursor_ == children_.end() ? nullptr : *childCursor_++; }
 
-void CAssembly::InvalidateBoundBox() {
-    for (CNode* child : children_) child->InvalidateBoundBox();
-}
+// Hosts build trees of many thousand nodes one call at a time, and each call ends here on the root.
+void CAssembly::InvalidateBoundBox() { CPartInstance::InvalidateAllBoundBoxes(); }
 
 void CAssembly::SpoolToFile(const std::shared_ptr<SpoolFile>& file) {
     const std::lock_guard<std::mutex> hold(lock_);

@@ -1,8 +1,16 @@
 #include "scene/part_instance.h"
 
+#include <atomic>
+
 #include "scene/part.h"
 
 namespace tessera {
+namespace {
+
+// Moves on with every change of geometry or placement; boxes of an earlier epoch are stale.
+std::atomic<std::uint64_t> gBoxEpoch{0};
+
+}  // namespace
 
 CPartInstance::~CPartInstance() {
     if (part_) part_->Release();
@@ -14,6 +22,8 @@ void CPartInstance::LinkPart(CPart* part) {
     part_ = part;
     InvalidateBoundBox();
 }
+
+void CPartInstance::InvalidateAllBoundBoxes() { ++gBoxEpoch; }
 
 int CPartInstance::GetPartID() const { return part_ ? part_->id : 0; }
 
@@ -48,8 +58,9 @@ CMatrix CPartInstance::Placement(const CMatrix& M, const CMatrix& E) const {
 BBox CPartInstance::GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompute, const CMatrix& reference) {
     if (!part_ || drawingEnabled == 0) return BBox();
     const CMatrix T = Placement(M, E);
-    if (!recompute && boxMatrix_ && boxMatrix_->Equals(T) && boxReference_ && boxReference_->Equals(reference))
+    if (!recompute && boxMatrix_ && boxEpoch_ == gBoxEpoch && boxMatrix_->Equals(T) && boxReference_->Equals(reference))
         return boundBox;
+    boxEpoch_ = gBoxEpoch;
     boxMatrix_ = std::make_unique<CMatrix>(T);
     boxReference_ = std::make_unique<CMatrix>(reference);
     boundBox = part_->GetBoundBox(T, recompute, reference);

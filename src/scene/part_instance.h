@@ -1,6 +1,7 @@
 // A placement of a part.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "scene/node.h"
@@ -20,6 +21,8 @@ public:
     int GetPartID() const;
 
     void InvalidateBoundBox() override;
+    // Stales the boxes of all instances at once, whatever their number.
+    static void InvalidateAllBoundBoxes();
     void ApplyExplodeToNodeMatrix() override;
     void PushExplodeToNodeMatrix(int id, const CMatrix& A, const CMatrix& N) override;
     void Scale(float x, float y, float z) override;
@@ -83,8 +86,9 @@ private:
     CMatrix Placement(const CMatrix& M, const CMatrix& E) const;
 
     CPart* part_ = nullptr;
-    // The matrices for which boundBox holds.
+    // The matrices for which boundBox holds, and the state of the geometry at that time.
     std::unique_ptr<CMatrix> boxMatrix_, boxReference_;
+    std::uint64_t boxEpoch_ = 0;
 };
 
 }  // namespace tessera
