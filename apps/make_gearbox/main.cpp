@@ -6,7 +6,9 @@
 #include "assembly.h"
 #include "glb_writer.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int Run(int argc, char** argv) {
     std::string path;
     int segments = 48;
     CLI::App app(
@@ -28,14 +30,20 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
+    gearbox::GlbWriter writer;
+    gearbox::BuildGearbox(writer, segments);
+    writer.Write(path);
+    std::fprintf(stderr, "%s: %zu triangles in its parts\n", path.c_str(), writer.Triangles());
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
     try {
-        gearbox::GlbWriter writer;
-        gearbox::BuildGearbox(writer, segments);
-        writer.Write(path);
-        std::fprintf(stderr, "%s: %zu triangles in its parts\n", path.c_str(), writer.Triangles());
+        return Run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "make_gearbox: %s\n", error.what());
         return 1;
     }
-    return 0;
 }

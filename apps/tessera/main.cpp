@@ -11,14 +11,12 @@ constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
 
-int Fail(const std::string& reason) {
-    std::fprintf(stderr, "tessera: %s\n", reason.c_str());
+int Fail(const char* reason) {
+    std::fprintf(stderr, "tessera: %s\n", reason);
     return kFailed;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     tessera::cli::RenderOptions render;
     tessera::cli::Talk infoTalk;
     std::string infoModel;
@@ -46,13 +44,19 @@ int main(int argc, char** argv) {
         // Help and version come here too, with status 0.
         return app.exit(error) == 0 ? kDone : kWrongUsage;
     }
+    if (renderCommand->parsed()) tessera::cli::Render(render);
+    if (infoCommand->parsed()) tessera::cli::Info(infoModel, json, infoTalk);
+    return std::fflush(stdout) == 0 ? kDone : Fail("standard output cannot be written");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
     try {
-        if (renderCommand->parsed()) tessera::cli::Render(render);
-        if (infoCommand->parsed()) tessera::cli::Info(infoModel, json, infoTalk);
+        return Run(argc, argv);
     } catch (const std::bad_alloc&) {
         return Fail("out of memory");
     } catch (const std::exception& error) {
         return Fail(error.what());
     }
-    return std::fflush(stdout) == 0 ? kDone : Fail("standard output cannot be written");
 }

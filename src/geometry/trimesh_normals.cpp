@@ -71,6 +71,7 @@ void CTriMesh::SmoothCorner(TriangleIndex i, int corner, const std::vector<Vec3>
         if (u == i || other.HasGivenNormals() || !near.IsAbove(Dot(facet, facets[u]))) continue;
         if (!NormalFacesOut(normal, other, facets[u])) continue;
         const int at = other.CornerAt(vertex);
+        if (at < 0) continue;
         other.normal[at] = index;
         other.flags |= TriMeshTriangle::ResolvedBit(at);
     }

@@ -5,6 +5,9 @@
 namespace tessera {
 namespace {
 
+// Places left on OpenGL's modelview stack during a draw call: asked for once, as a question may stall the driver.
+thread_local int gFreeMatrices = 0;
+
 void Switch(GLenum capability, GLboolean on) {
     if (on)
         glEnable(capability);
@@ -23,6 +26,10 @@ HostState::HostState() {
     glPushAttrib(GL_CURRENT_BIT | GL_POINT_BIT | GL_LINE_BIT | GL_POLYGON_BIT | GL_COLOR_BUFFER_BIT |
                  GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT | GL_TRANSFORM_BIT | GL_TEXTURE_BIT);
     glPushClientAttrib(GL_CLIENT_VERTEX_ARRAY_BIT);
+    GLint depth = 0, deepest = 0;
+    glGetIntegerv(GL_MODELVIEW_STACK_DEPTH, &depth);
+    glGetIntegerv(GL_MAX_MODELVIEW_STACK_DEPTH, &deepest);
+    gFreeMatrices = deepest - depth;
 }
 
 HostState::~HostState() {
@@ -45,23 +52,24 @@ HostState::~HostState() {
 ModelviewScope::ModelviewScope(const CMatrix& matrix) {
     float values[16];
     for (int i = 0; i < 16; ++i) values[i] = static_cast<float>(matrix.Forward()[i]);
-    GLint depth = 0, deepest = 0;
     glMatrixMode(GL_MODELVIEW);
-    glGetIntegerv(GL_MODELVIEW_STACK_DEPTH, &depth);
-    glGetIntegerv(GL_MAX_MODELVIEW_STACK_DEPTH, &deepest);
-    pushed_ = depth < deepest;
-    if (pushed_)
+    pushed_ = gFreeMatrices > 0;
+    if (pushed_) {
+        --gFreeMatrices;
         glPushMatrix();
-    else
+    } else {
         glGetFloatv(GL_MODELVIEW_MATRIX, former_);
+    }
     glMultMatrixf(values);
 }
 
 ModelviewScope::~ModelviewScope() {
-    if (pushed_)
+    if (pushed_) {
+        ++gFreeMatrices;
         glPopMatrix();
-    else
+    } else {
         glLoadMatrixf(former_);
+    }
 }
 
 }  // namespace tessera

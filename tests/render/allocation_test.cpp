@@ -16,9 +16,10 @@ void* operator new(std::size_t size) {
     if (void* memory = operator new(size, std::nothrow)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+// Not inlined, or the compiler sees free() meet a pointer from a new-expression and takes that for a mistake.
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
 
 namespace tessera::test {
 namespace {
