@@ -18,7 +18,7 @@ namespace tessera::host {
 namespace {
 
 // Above this many pixels a framebuffer gets one sample each: at four samples it would need over a gigabyte.
-constexpr std::int64_t kAntialiasedPixels = 33'000'000;
+constexpr std::int64_t kSmoothedPixels = 33'000'000;
 
 bool HasExtension(const char* list, const char* name) {
     const std::size_t length = std::strlen(name);
@@ -57,6 +57,21 @@ EGLDisplay PlatformDisplay(EGLenum platform, void* native) {
 const char* GlString(GLenum name) {
     const auto* text = reinterpret_cast<const char*>(glGetString(name));
     return text == nullptr ? "" : text;
+}
+
+// Each pixel the mean of four.
+Image Halved(const Image& large) {
+    Image image{large.width / 2, large.height / 2, {}};
+    image.rgba.resize(large.rgba.size() / 4);
+    const std::size_t row = static_cast<std::size_t>(large.width) * 4;
+    std::uint8_t* out = image.rgba.data();
+    for (std::size_t y = 0; y < static_cast<std::size_t>(image.height); ++y) {
+        const std::uint8_t* in = large.rgba.data() + 2 * y * row;
+        for (int x = 0; x < image.width; ++x, in += 8)
+            for (std::size_t i = 0; i < 4; ++i)
+                *out++ = static_cast<std::uint8_t>((in[i] + in[i + 4] + in[row + i] + in[row + i + 4] + 2) / 4);
+    }
+    return image;
 }
 
 }  // namespace
@@ -198,48 +213,56 @@ void OffscreenContext::DeleteFramebuffers() {
     drawBuffers_[0] = drawBuffers_[1] = resolveBuffers_[0] = resolveBuffers_[1] = 0;
 }
 
-void OffscreenContext::CreateFramebuffer(int width, int height, bool antialias) {
+void OffscreenContext::CreateFramebuffer(int width, int height, Smoothing smoothing) {
     if (width < 1 || height < 1 || width > LargestSize() || height > LargestSize()) {
         throw Failure("no framebuffer of " + std::to_string(width) + "x" + std::to_string(height) +
                       ": each side must lie between 1 and " + std::to_string(LargestSize()));
     }
     DeleteFramebuffers();
-    width_ = width;
-    height_ = height;
-    GLint most = 0;
-    glGetIntegerv(GL_MAX_SAMPLES, &most);
-    samples_ = 1;
-    if (antialias && most >= 4 && std::int64_t{width} * height <= kAntialiasedPixels) {
-        if (AllocateFramebuffer(4, drawFramebuffer_, drawBuffers_) &&
-            AllocateFramebuffer(0, resolveFramebuffer_, resolveBuffers_)) {
-            samples_ = 4;
-        } else {
-            DeleteFramebuffers();
-        }
-    }
+    const bool fits = std::int64_t{width} * height <= kSmoothedPixels;
+    doubled_ = smoothing == Smoothing::kSupersample && fits && 2 * std::max(width, height) <= LargestSize();
+    width_ = doubled_ ? 2 * width : width;
+    height_ = doubled_ ? 2 * height : height;
+    samples_ = smoothing == Smoothing::kMultisample && fits && AllocateMultisampled() ? 4 : 1;
     if (samples_ == 1 && !AllocateFramebuffer(0, drawFramebuffer_, drawBuffers_)) {
         throw Failure("the driver has no memory for a framebuffer of " + std::to_string(width) + "x" +
                       std::to_string(height));
     }
     glBindFramebuffer(GL_FRAMEBUFFER, drawFramebuffer_);
-    glViewport(0, 0, width, height);
+    glViewport(0, 0, width_, height_);
+}
+
+bool OffscreenContext::AllocateMultisampled() {
+    GLint most = 0;
+    glGetIntegerv(GL_MAX_SAMPLES, &most);
+    if (most >= 4 && AllocateFramebuffer(4, drawFramebuffer_, drawBuffers_) &&
+        AllocateFramebuffer(0, resolveFramebuffer_, resolveBuffers_)) {
+        return true;
+    }
+    DeleteFramebuffers();
+    return false;
+}
+
+Image OffscreenContext::ReadDrawn() const {
+    Image image{width_, height_, {}};
+    image.rgba.resize(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 4);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glReadPixels(0, 0, width_, height_, GL_RGBA, GL_UNSIGNED_BYTE, image.rgba.data());
+    // Blending leaves less than full opacity behind.
+    for (std::size_t i = 3; i < image.rgba.size(); i += 4) image.rgba[i] = 255;
+    return image;
 }
 
 Image OffscreenContext::Read() {
-    Image image{width_, height_, {}};
-    image.rgba.resize(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 4);
     if (samples_ > 1) {
         glBindFramebuffer(GL_READ_FRAMEBUFFER, drawFramebuffer_);
         glBindFramebuffer(GL_DRAW_FRAMEBUFFER, resolveFramebuffer_);
         glBlitFramebuffer(0, 0, width_, height_, 0, 0, width_, height_, GL_COLOR_BUFFER_BIT, GL_NEAREST);
         glBindFramebuffer(GL_FRAMEBUFFER, resolveFramebuffer_);
     }
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(0, 0, width_, height_, GL_RGBA, GL_UNSIGNED_BYTE, image.rgba.data());
+    const Image drawn = ReadDrawn();
     glBindFramebuffer(GL_FRAMEBUFFER, drawFramebuffer_);
-    // Blending leaves less than full opacity behind.
-    for (std::size_t i = 3; i < image.rgba.size(); i += 4) image.rgba[i] = 255;
-    return image;
+    return doubled_ ? Halved(drawn) : drawn;
 }
 
 }  // namespace tessera::host

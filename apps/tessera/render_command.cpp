@@ -21,6 +21,14 @@ namespace {
 // A code above the modes draws no surface, only overlays.
 constexpr short kNoSurface = 12;
 
+// Pictures of surfaces alone are drawn larger and reduced; lines and points would lose their width by that.
+host::Smoothing SmoothingFor(const RenderOptions& options) {
+    const bool surfaces = options.mode == ShadeSmooth || options.mode == ShadeFlat || options.mode == ShadeEnvMap ||
+                          options.mode == ShadeHighlight;
+    return surfaces && options.overlay == Overlay::kNone ? host::Smoothing::kSupersample
+                                                         : host::Smoothing::kMultisample;
+}
+
 class Stopwatch {
 public:
     double Seconds() const {
@@ -74,7 +82,7 @@ void Renderer::Wait(host::ModelImport& import) {
 void Renderer::Load() {
     auto import = std::make_unique<host::ModelImport>(options_.models[0]);
     context_ = std::make_unique<host::OffscreenContext>(options_.device);
-    context_->CreateFramebuffer(options_.width, options_.height, true);
+    context_->CreateFramebuffer(options_.width, options_.height, SmoothingFor(options_));
     if (options_.talk.verbose) std::fprintf(stderr, "%s\n", context_->Describe().c_str());
     Say("context", total_.Seconds());
     host::ModelLoader loader(*scene_);

@@ -117,8 +117,9 @@ TEST_F(LifeCycle, LinksPartsAndSharesThem) {
     const int b = scene.AddInstance(a.part, assembly);
     const struct {
         int instance, part, error;
-    } refused[] = {{assembly, a.part, -1}, {0, a.part, -1}, {777, a.part, -1},     {a.part, a.part, -1},
-                   {b, 777, 0},            {b, b, 0},       {777, 777, -1}};
+    } refused[] = {{assembly, a.part, -1}, {0, a.part, -1}, {777, a.part, -1},
+                   {a.part, a.part, -1},   {b, 777, 0},     {b, b, 0},
+                   {777, 777, -1}};
     for (const auto& [instance, part, expected] : refused) {
         EXPECT_EQ(scene->SetPart(instance, part, &error), STATUS_FAIL);
         EXPECT_EQ(error, expected) << instance << ' ' << part;
@@ -158,7 +159,7 @@ TEST_F(LifeCycle, RefusesParentsThatAreNone) {
     const Placed p = scene.AddEmptyPart(b);
     const struct {
         int son, parent, error;
-    } cases[] = {{5, 5, -3},         {a, a, -3},       {0, 0, -3},   {777, 0, -1},  {p.part, 0, -1}, {0, a, -1},
+    } cases[] = {{5, 5, -3},          {a, a, -3},    {0, 0, -3},  {777, 0, -1},   {p.part, 0, -1},    {0, a, -1},
                  {a, p.instance, -2}, {777, 778, 0}, {a, 777, 0}, {a, p.part, 0}, {0, p.instance, -2}};
     for (const auto& [son, parent, expected] : cases) {
         EXPECT_EQ(scene->SetParent(son, parent, &error), STATUS_OK);
@@ -227,24 +228,21 @@ TEST_F(LifeCycle, RemovesSubtreesAtAnyDepth) {
 }
 
 TEST_F(LifeCycle, LeavesLooseObjectsLooseWhenTheTreeGoes) {
-    const Placed shared = scene.AddMesh(Cube());
+    const Placed below = scene.AddMesh(Cube());
     int assembly = 0, instance = 0, part = 0;
     scene->CreateAssembly(&assembly);
+    scene->SetParent(below.instance, assembly, &error);
     scene->CreatePartInstance(&instance);
-    scene->SetPart(instance, shared.part, &error);
     scene->CreatePart(&part);
-    scene->SetParent(scene.AddEmptyPart().instance, assembly, &error);
-    scene->ResetSceneGraph();
-    EXPECT_EQ(Parent(assembly), -1);
-    // The tree is gone, the shared part lives on in the loose instance.
-    const float before = Box(scene.AddMesh(Sphere()).instance)[3];
-    EXPECT_FLOAT_EQ(before, 1);
-    int replaced = 0;
-    scene->CreateAssembly(&replaced);
+    for (const bool reset : {false, true}) {
+        reset ? scene->ResetSceneGraph() : scene->Remove(0, &error);
+        EXPECT_EQ((Ids{Parent(assembly), Parent(instance)}), (Ids{-1, -1}));
+    }
+    EXPECT_EQ(scene->SetPart(instance, part, &error), STATUS_OK);
+    scene->SetParent(instance, assembly, &error);
     scene->SetParent(assembly, 0, &error);
-    EXPECT_EQ(error, -1);
-    scene->SetParent(replaced, 0, &error);
-    EXPECT_EQ(error, 1);
+    EXPECT_EQ(Children(assembly), (Ids{below.instance, instance}));
+    EXPECT_EQ(Box(below.instance), kUnitBox);
 }
 
 TEST_F(LifeCycle, TakesUpALooseInstanceOfASharedPartAfterAReset) {

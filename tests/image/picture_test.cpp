@@ -52,7 +52,7 @@ class Picture : public ::testing::Test {
 protected:
     // One light from the viewer and full ambient light: a surface that faces the viewer shows its colour itself.
     void SetUp() override {
-        context_.CreateFramebuffer(kSize, kSize, false);
+        context_.CreateFramebuffer(kSize, kSize, host::Smoothing::kNone);
         ASSERT_NE(glGetString(GL_VERSION), nullptr);
         RecordProperty("OpenGL", context_.Describe());
         const float white[] = {1, 1, 1, 1}, black[] = {0, 0, 0, 1}, towards[] = {0, 0, 1, 0};
