@@ -1,2 +1,2 @@
 // In sanitized programs only: a driver that stays loaded can be named in a report.
-extern "C" int dlclose(void*) { return 0; }
+extern "C" __attribute__((visibility("default"))) int dlclose(void*) { return 0; }

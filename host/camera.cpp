@@ -110,20 +110,25 @@ std::array<Vec3, 4> Camera::Bounds() const {
 
 void Camera::Include(const double* points, std::size_t count, const std::array<double, 16>& transform) {
     if (placed_ || count == 0) return;
+    // The directions as they stand in the frame of the points.
     const std::array<Vec3, 4> bounds = Bounds();
+    std::array<Vec3, 4> local;
     for (std::size_t side = 0; side < 4; ++side) {
-        // The direction as it stands in the frame of the points.
-        const Vec3& world = bounds[side];
-        Vec3 local{};
         for (std::size_t row = 0; row < 3; ++row) {
-            local[row] = Dot({transform[row * 4], transform[row * 4 + 1], transform[row * 4 + 2]}, world);
+            local[side][row] = Dot({transform[row * 4], transform[row * 4 + 1], transform[row * 4 + 2]}, bounds[side]);
         }
-        double reach = -1e300;
-        for (const double* p = points; p != points + count * 3; p += 3) {
-            reach = std::max(reach, p[0] * local[0] + p[1] * local[1] + p[2] * local[2]);
+    }
+    std::array<double, 4> reach;
+    reach.fill(-1e300);
+    for (const double* p = points; p != points + count * 3; p += 3) {
+        for (std::size_t side = 0; side < 4; ++side) {
+            const Vec3& direction = local[side];
+            reach[side] = std::max(reach[side], p[0] * direction[0] + p[1] * direction[1] + p[2] * direction[2]);
         }
-        reach += Dot({transform[12], transform[13], transform[14]}, world);
-        reach_[side] = included_ ? std::max(reach_[side], reach) : reach;
+    }
+    for (std::size_t side = 0; side < 4; ++side) {
+        reach[side] += Dot({transform[12], transform[13], transform[14]}, bounds[side]);
+        reach_[side] = included_ ? std::max(reach_[side], reach[side]) : reach[side];
     }
     included_ = true;
 }

@@ -64,7 +64,7 @@ void LimitReader(std::uint64_t fileSize) {
     }
     limit.rlim_cur = limit.rlim_max = memory;
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = limit.rlim_max = 60 + fileSize / kMebibyte;
+    limit.rlim_cur = limit.rlim_max = 10 + fileSize / kMebibyte;
     ::setrlimit(RLIMIT_CPU, &limit);
     limit.rlim_cur = limit.rlim_max = 0;
     ::setrlimit(RLIMIT_CORE, &limit);

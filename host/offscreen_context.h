@@ -13,8 +13,7 @@ struct Image {
     std::vector<std::uint8_t> rgba;
 };
 
-// An OpenGL compatibility context with a framebuffer of its own, made through EGL. It needs neither a display nor a
-// window system. The context is current in the thread that made the object, from the constructor to the destructor.
+// How the edges of what is drawn are made smooth.
 enum class Smoothing {
     kNone,
     // Four samples a pixel, at the driver's expense: lines and points keep their width.
@@ -23,6 +22,8 @@ enum class Smoothing {
     kSupersample,
 };
 
+// An OpenGL compatibility context with a framebuffer of its own, made through EGL. It needs neither a display nor a
+// window system. The context is current in the thread that made the object, from the constructor to the destructor.
 class OffscreenContext {
 public:
     // `device` counts EGL's devices from 0; -1 takes a hardware device where one answers, else software rendering.

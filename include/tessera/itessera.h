@@ -328,8 +328,8 @@ public:
     // an assembly with no children or with drawing disabled gives -1 to 1 on each axis. Node call.
     virtual HRESULT GetBoundBox(int nodeID, float* minPoint, float* maxPoint, int* errCode) = 0;
 
-    // Sets the section plane of all parts below a node. point, normal: 3 floats each, world frame; the normal is
-    // brought to length 1, and one shorter than 1e-6 gets x = 1. Switches stay as they are. Node call.
+    // Sets the section plane of all parts below a node. point, normal: 3 floats each, world frame; the normal keeps
+    // its length, but one shorter than 1e-6 gets x = 1. Switches stay as they are. Node call.
     virtual HRESULT SetCrossSectionPlane(int nodeID, float* point, float* normal, int* errCode) = 0;
 
     // Turns sectioning of a node's subtree on or off: section lines, clipping, picks on the section, and the section
@@ -373,8 +373,8 @@ public:
                               LONG* picked, float* pPicked, int* nodePicked, int* errCode) = 0;
 
     // Draws a node with its subtree in the simple shade mode (SetSimpleShadeMode), for quick feedback, with the boxes
-    // asked for by EnableDrawBoundBox, in the parts' external colour. The node's own matrix counts, its ancestors' do
-    // not. Node call.
+    // asked for by EnableDrawBoundBox, in the parts' external colour. The node stands where it
+    // does in the world. Node call.
     virtual HRESULT DrawSimple(int nodeID, int* errCode) = 0;
 
     // Sets the ShadeMode that DrawSimple and DrawKindSimple use. Defaults to ShadeStripPoints. Node call.

@@ -22,21 +22,15 @@ HRESULT CreateTessera(ITessera** component) {
     return STATUS_OK;
 }
 
-CTessera::CTessera() : m_root(new CAssembly) {
+CTessera::CTessera() : m_root(new CAssembly), index_(m_root) {
     m_root->SetName(FromAscii("/"));
     g_triNormalBase = 0;
 }
 
 CTessera::~CTessera() {
-    m_root->ClearTree();
+    ClearTree();
     g_triNormalBase = 0;
-    ForgetSpoolFiles();
-    triNormals.Clear();
     delete m_root;
-    for (CNode* node : dropped_) {
-        node->parent->DetachChild(node->id);
-        delete node;
-    }
     delete m_lastAssembly;
     delete m_lastPartInstance;
     delete m_lastPart;
@@ -64,33 +58,24 @@ HRESULT CTessera::Refuse(int* errCode, ErrCode code) {
     return STATUS_FAIL;
 }
 
-CNode* CTessera::Find(int id) {
-    if (!foundNode_ || foundNode_->id != id) foundNode_ = m_root->FindNode(id);
-    return foundNode_;
-}
-
-void CTessera::ForgetFound() {
-    foundNode_ = nullptr;
-    foundPart_ = nullptr;
-}
-
 CNode* CTessera::NodeOf(int id, int* errCode) {
-    CNode* const node = id == m_root->id ? m_root : Find(id);
+    CNode* const node = index_.Node(id);
     Give(errCode, static_cast<int>(node ? ErrDone : ErrNotFound));
     return node;
 }
 
 CPartInstance* CTessera::InstanceOf(int id, int* errCode) {
-    CNode* const node = Find(id);
+    CNode* const node = index_.Node(id);
     const bool isInstance = node && node->GetNodeType() == 1;
     Give(errCode, static_cast<int>(isInstance ? ErrDone : ErrNotFound));
     return isInstance ? static_cast<CPartInstance*>(node) : nullptr;
 }
 
 CPart* CTessera::PartOf(int id, int* errCode) {
-    if (!foundPart_ || foundPart_->id != id) foundPart_ = m_root->FindPart(id);
-    Give(errCode, static_cast<int>(foundPart_ ? ErrDone : ErrNotFound));
-    return foundPart_;
+    CPartInstance* const instance = index_.InstanceOfPart(id);
+    CPart* const part = instance ? instance->Part() : nullptr;
+    Give(errCode, static_cast<int>(part ? ErrDone : ErrNotFound));
+    return part;
 }
 
 CPart* CTessera::MeshOpenIn(int id, int* errCode) {
@@ -101,7 +86,7 @@ CPart* CTessera::MeshOpenIn(int id, int* errCode) {
 }
 
 HRESULT CTessera::CreateAssembly(int* newID) {
-    ForgetFound();
+    if (m_lastAssembly) index_.Forget(m_lastAssembly);
     delete m_lastAssembly;
     m_lastAssembly = nullptr;
     m_lastAssembly = new CAssembly;
@@ -111,7 +96,6 @@ HRESULT CTessera::CreateAssembly(int* newID) {
 }
 
 HRESULT CTessera::CreatePartInstance(int* newID) {
-    ForgetFound();
     delete m_lastPartInstance;
     m_lastPartInstance = nullptr;
     m_lastPartInstance = new CPartInstance;
@@ -121,7 +105,6 @@ HRESULT CTessera::CreatePartInstance(int* newID) {
 }
 
 HRESULT CTessera::CreatePart(int* newID) {
-    ForgetFound();
     delete m_lastPart;
     m_lastPart = nullptr;
     m_lastPart = new CPart(&triNormals);
@@ -144,8 +127,9 @@ HRESULT CTessera::SetPart(int partInstanceID, int partID, int* errCode) {
         part = PartOf(partID, errCode);
     }
     if (!part) return STATUS_FAIL;
-    ForgetFound();
+    index_.Forget(instance);
     instance->LinkPart(part);
+    if (instance->parent) index_.Add(instance);
     return STATUS_OK;
 }
 
@@ -172,47 +156,62 @@ HRESULT CTessera::SetParent(int sonID, int parentID, int* errCode) {
         son = m_lastAssembly;
         m_lastAssembly = nullptr;
     } else {
-        son = Find(sonID);
+        son = index_.Node(sonID);
     }
     if (!son || son == m_root) return end(ErrState);
-    ForgetFound();
+    // A node moved under its own descendant closes a ring that hangs on nothing: out of the tree, and of the index.
+    bool ring = false;
+    for (const CNode* p = parent; p && !ring; p = p->parent) ring = p == son;
+    if (ring) {
+        index_.Forget(son);
+        dropped_.push_back(son);
+    }
     if (son->parent) son->parent->DetachChild(sonID);
     parent->AddChild(son);
-    KeepDropped(son, parent);
+    if (!ring) index_.Add(son);
     son->SetName(String(son->Name()));
     m_root->InvalidateBoundBox();
-    RememberLinked(son);
     return end(ErrDone);
 }
 
-// A host goes on with what it has just linked, as a rule.
-void CTessera::RememberLinked(CNode* son) {
-    if (!dropped_.empty()) return;  // a way up might go round for ever
-    const CNode* top = son;
-    while (top->parent) top = top->parent;
-    if (top != m_root) return;
-    foundNode_ = son;
-    if (son->GetNodeType() == 1) foundPart_ = static_cast<CPartInstance*>(son)->Part();
+void CTessera::DeleteDropped() {
+    for (CNode* node : dropped_) {
+        node->parent->DetachChild(node->id);
+        delete node;
+    }
+    dropped_.clear();
 }
 
-// A node moved under its own descendant closes a ring that hangs on nothing.
-void CTessera::KeepDropped(CNode* son, const CNode* parent) {
-    for (const CNode* p = parent; p != m_root && p; p = p->parent)
-        if (p == son) return dropped_.push_back(son);
+void CTessera::ClearTree() {
+    index_.Clear();
+    m_root->ClearTree();
+    DeleteDropped();
+    triNormals.Clear();
+    ForgetSpoolFiles();
+    if (m_lastAssembly) index_.Add(m_lastAssembly);
+}
+
+CMatrix CTessera::Above(const CNode* node) {
+    CMatrix product;
+    for (const CAssembly* p = node->parent; p; p = p->parent) product.Multiply(p->transform);
+    return product;
+}
+
+CMatrix CTessera::ExplodeAbove(const CNode* node) {
+    CMatrix product;
+    for (const CAssembly* p = node->parent; p; p = p->parent) product.Multiply(p->explodeTransform);
+    return product;
 }
 
 HRESULT CTessera::Remove(int nodeID, int* errCode) {
     reducedLast = true;
-    if (nodeID == m_root->id) {
-        ForgetFound();
-        m_root->ClearTree();
-        triNormals.Clear();
-        ForgetSpoolFiles();
-        Give(errCode, static_cast<int>(ErrDone));
+    CNode* const node = NodeOf(nodeID, errCode);
+    if (!node) return STATUS_FAIL;
+    if (node == m_root) {
+        ClearTree();
         return STATUS_OK;
     }
-    if (!NodeOf(nodeID, errCode)) return STATUS_FAIL;
-    ForgetFound();
+    index_.Forget(node);
     m_root->Remove(nodeID);
     if (m_root->FirstChild() == 0) {
         triNormals.Clear();
@@ -223,14 +222,11 @@ HRESULT CTessera::Remove(int nodeID, int* errCode) {
 }
 
 HRESULT CTessera::ResetSceneGraph() {
-    ForgetFound();
-    m_root->ClearTree();
-    triNormals.Clear();
+    ClearTree();
     g_triNormalBase = 0;
     reducedLast = true;
     lodsAvailable = false;
     accumulated = 0;
-    ForgetSpoolFiles();
     return STATUS_OK;
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "component/node_index.h"
 #include "geometry/tri_normal_table.h"
 #include "platform/spool_file.h"
 #include "scene/assembly.h"
@@ -268,12 +269,12 @@ private:
     // The part, if its mesh is open; else null and errCode 0 or -1.
     CPart* MeshOpenIn(int id, int* errCode);
     static HRESULT Refuse(int* errCode, ErrCode code = ErrNotFound);
-    CNode* Find(int id);
-    // What was found before may be gone, or elsewhere.
-    void ForgetFound();
+    // The product of the ancestors' transforms, or explode transforms.
+    static CMatrix Above(const CNode* node);
+    static CMatrix ExplodeAbove(const CNode* node);
     void ForgetSpoolFiles() { spoolFiles.clear(); }
-    void KeepDropped(CNode* son, const CNode* parent);
-    void RememberLinked(CNode* son);
+    void ClearTree();
+    void DeleteDropped();
     HRESULT GiveBox(int nodeID, const CMatrix& reference, float* minPoint, float* maxPoint, int* errCode);
 
     std::atomic<ULONG> references_{1};
@@ -290,9 +291,7 @@ private:
     std::vector<std::shared_ptr<SpoolFile>> spoolFiles;
     // Assemblies that a host moved under one of their own descendants: out of the tree, and owned by nobody.
     std::vector<CNode*> dropped_;
-    // The last answers of the search, which runs for every triangle that is added.
-    CNode* foundNode_ = nullptr;
-    CPart* foundPart_ = nullptr;
+    NodeIndex index_;
 };
 
 }  // namespace tessera

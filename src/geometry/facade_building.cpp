@@ -81,8 +81,10 @@ HRESULT CTessera::AddTriangles3P3N(int partID, double* VerticesCoordinates, ULON
                                    int* errCode) {
     CPart* const part = MeshOpenIn(partID, errCode);
     if (!part) return STATUS_FAIL;
+    if (!VerticesCoordinates || !TriangleVetexIndexes) return Refuse(errCode);
+    const bool given = hasNormals == VARIANT_TRUE && NormalsCoordinates && TriangleNormalsIndexes;
     part->OpenMesh()->AddTriangles3P3N(VerticesCoordinates, numVertices, TriangleVetexIndexes, NormalsCoordinates,
-                                       numNormals, TriangleNormalsIndexes, NumTriangles, hasNormals == VARIANT_TRUE);
+                                       numNormals, TriangleNormalsIndexes, NumTriangles, given);
     return STATUS_OK;
 }
 

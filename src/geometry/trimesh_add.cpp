@@ -19,7 +19,6 @@ void ToVec3(const float p[9], Vec3 out[3]) {
 
 // The three vectors that indices name among count doubles; false if one lies outside.
 bool FetchThree(const double* values, std::uint32_t count, const std::uint32_t* indices, Vec3 out[3]) {
-    if (!values || !indices) return false;
     for (int k = 0; k < 3; ++k) {
         const std::size_t at = 3 * static_cast<std::size_t>(indices[k]);
         if (at + 2 >= count) return false;
@@ -152,7 +151,7 @@ void CTriMesh::AddTriangles3P3N(double* points, std::uint32_t numVertices, const
                                 std::uint32_t numTriangles, bool hasNormals) {
     if (!building_) return;
     constexpr double kLargestFloat = FLT_MAX;
-    for (std::uint32_t i = 0; points && i < numVertices; ++i)
+    for (std::uint32_t i = 0; i < numVertices; ++i)
         if (points[i] >= kLargestFloat) points[i] = kLargestFloat;
     const ToleranceScope tolerance(pointTolerance_);
     for (std::size_t t = 0; t < numTriangles; ++t) {

@@ -1,6 +1,7 @@
 #include "platform/text.h"
 
 #include <cstdint>
+#include <new>
 
 namespace tessera {
 namespace {
@@ -26,7 +27,13 @@ void AppendUtf8(std::string& out, std::uint32_t code) {
 
 }  // namespace
 
-String ToString(BSTR text) { return text ? String(text, SysStringLen(text)) : String(); }
+String ToString(BSTR text) {
+    try {
+        return text ? String(text, SysStringLen(text)) : String();
+    } catch (const std::bad_alloc&) {
+        throw ComError{STATUS_OUT_OF_MEMORY};
+    }
+}
 
 BSTR ToBstr(const String& text) {
     BSTR copy = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
@@ -42,6 +49,20 @@ String FromAscii(const char* text) {
 
 String Numbered(const String& base, int number) {
     return base + FromAscii(" (") + FromAscii(std::to_string(number).c_str()) + FromAscii(")");
+}
+
+bool SplitNumbered(const String& text, String& base, int& number) {
+    const std::size_t open = text.rfind(FromAscii(" ("));
+    if (open == String::npos || text.back() != ')' || text.size() - open < 4 || text.size() - open > 12) return false;
+    long long value = 0;
+    for (std::size_t i = open + 2; i + 1 < text.size(); ++i) {
+        if (text[i] < '0' || text[i] > '9') return false;
+        value = 10 * value + (text[i] - '0');
+    }
+    if (text[open + 2] == '0' || value > 0x7fffffff) return false;
+    base = text.substr(0, open);
+    number = static_cast<int>(value);
+    return true;
 }
 
 std::string ToUtf8(const String& text) {

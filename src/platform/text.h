@@ -9,7 +9,7 @@ namespace tessera {
 
 using String = std::basic_string<OLECHAR>;
 
-// Null counts as empty.
+// Null counts as empty. Raises ComError when memory is short.
 String ToString(BSTR text);
 // A fresh copy that the caller frees. Raises ComError when memory is short.
 BSTR ToBstr(const String& text);
@@ -17,6 +17,8 @@ BSTR ToBstr(const String& text);
 String FromAscii(const char* text);
 // "base (number)".
 String Numbered(const String& base, int number);
+// Splits what Numbered has made; false for any other text.
+bool SplitNumbered(const String& text, String& base, int& number);
 // UTF-8, as file systems take it. Halves of surrogate pairs become U+FFFD.
 std::string ToUtf8(const String& text);
 

@@ -20,12 +20,7 @@ HRESULT CTessera::GetBoundBoxRelativeFrame(int nodeID, double* refereceMatrix, f
 HRESULT CTessera::GiveBox(int nodeID, const CMatrix& reference, float* minPoint, float* maxPoint, int* errCode) {
     CNode* const node = NodeOf(nodeID, errCode);
     if (!node) return STATUS_FAIL;
-    CMatrix M, E;
-    if (node != m_root) {
-        m_root->GetParentTransform(nodeID, M);
-        m_root->GetParentExplodeTransform(nodeID, E);
-    }
-    const BBox box = node->GetBoundBox(M, E, false, reference);
+    const BBox box = node->GetBoundBox(Above(node), ExplodeAbove(node), false, reference);
     const float low[3] = {box.xmin, box.ymin, box.zmin}, high[3] = {box.xmax, box.ymax, box.zmax};
     if (minPoint) std::copy_n(low, 3, minPoint);
     if (maxPoint) std::copy_n(high, 3, maxPoint);

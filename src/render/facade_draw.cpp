@@ -17,8 +17,7 @@ HRESULT CTessera::Draw(int nodeID, int mode, int* errCode) {
         for (int pass = 0; pass < 3; ++pass) m_root->DrawNode(CMatrix(), mode, pass, 0);
         return STATUS_OK;
     }
-    CMatrix above;
-    m_root->GetParentTransform(nodeID, above);
+    const CMatrix above = Above(node);
     const ModelviewScope scope(above);
     for (int pass = 0; pass < 2; ++pass) node->DrawSubtree(above, mode, pass, 0);
     return STATUS_OK;
@@ -28,8 +27,7 @@ HRESULT CTessera::DrawSimple(int nodeID, int* errCode) {
     CNode* const node = NodeOf(nodeID, errCode);
     if (!node) return STATUS_FAIL;
     const HostState state;
-    CMatrix above;
-    if (node != m_root) m_root->GetParentTransform(nodeID, above);
+    const CMatrix above = Above(node);
     const ModelviewScope scope(above);
     node->DrawNodeSimple(above);
     return STATUS_OK;
@@ -46,9 +44,7 @@ HRESULT CTessera::DrawExplode(int nodeID, int mode, int* errCode) {
     m_root->SetUseDisplayAcc(false, 10.0f, sceneBox);
     glEnable(GL_NORMALIZE);
     if (node != m_root) {
-        CMatrix above, explode;
-        m_root->GetParentTransform(nodeID, above);
-        m_root->GetParentExplodeTransform(nodeID, explode);
+        const CMatrix above = Above(node), explode = ExplodeAbove(node);
         for (int pass = 0; pass < 2; ++pass) node->DrawSubtreeExplode(above, mode, pass, 0, explode);
         return STATUS_OK;
     }

@@ -26,7 +26,7 @@ void CAssembly::ClearTree() {
     children_.clear();
     childCursor_ = children_.end();
     names_.clear();
-    firstFree_.clear();
+    firstUnused_.clear();
     transform.SetIdentity();
     explodeTransform.SetIdentity();
     parent = nullptr;
@@ -66,25 +66,6 @@ CNode* CAssembly::DetachChild(int nodeId) {
     node->parent = nullptr;
     Unlink(child);
     return node;
-}
-
-CNode* CAssembly::FindNode(int nodeId) {
-    if (nodeId == id) return this;
-    for (CNode* child : children_)
-        if (CNode* found = child->FindNode(nodeId)) return found;
-    return nullptr;
-}
-
-CPart* CAssembly::FindPart(int partId) {
-    for (CNode* child : children_)
-        if (CPart* found = child->FindPart(partId)) return found;
-    return nullptr;
-}
-
-CPart* CAssembly::FindPartByName(const String& text) {
-    for (CNode* child : children_)
-        if (CPart* found = child->FindPartByName(text)) return found;
-    return nullptr;
 }
 
 CPart* CAssembly::FindOtherPartByName(const String& text, int partId) {

@@ -48,14 +48,9 @@ public:
     void UseVertexArray(int value) override;
 
     int Remove(int nodeId) override;
-    CNode* FindNode(int nodeId) override;
-    CPart* FindPart(int partId) override;
-    CPart* FindPartByName(const String& text) override;
     CPart* FindOtherPartByName(const String& text, int partId) override;
     CNode* DetachChild(int nodeId) override;
     int GetNodeType() const override { return 0; }
-    void GetParentTransform(int nodeId, CMatrix& M) override;
-    void GetParentExplodeTransform(int nodeId, CMatrix& M) override;
     int FirstChild() override;
     CNode* NextChild() override;
 
@@ -99,8 +94,8 @@ private:
     std::mutex lock_;  // keeps the memory watcher off while the list changes
     std::list<CNode*> children_;
     std::list<CNode*>::iterator childCursor_ = children_.end();
-    std::unordered_map<String, int> names_;      // how many children have a name
-    std::unordered_map<String, int> firstFree_;  // numbers below this are taken for a base name
+    std::unordered_map<String, int> names_;        // how many children have a name
+    std::unordered_map<String, int> firstUnused_;  // all lower numbers of a base name have a holder
 };
 
 }  // namespace tessera

@@ -1,4 +1,6 @@
 // Names that are unique among siblings, and the paths made of them.
+#include <algorithm>
+
 #include "scene/assembly.h"
 #include "scene/node.h"
 
@@ -20,16 +22,19 @@ String CNode::FullName() const {
 String CAssembly::UniqueName(const CNode* node, const String& wanted) {
     // The search for a free name is a walk over the children, and leaves the one walk that an assembly has at its end.
     childCursor_ = children_.end();
-    const auto isTaken = [&](const String& name) {
+    const auto holders = [this](const String& name) {
         const auto found = names_.find(name);
-        return found != names_.end() && found->second > (node->Name() == name ? 1 : 0);
+        return found == names_.end() ? 0 : found->second;
     };
-    if (!isTaken(wanted)) return wanted;
-    const bool ownIsNumbered = node->Name().size() > wanted.size();  // then the count does not tell what others have
-    int unused = 1;
-    int& number = ownIsNumbered ? unused : firstFree_.try_emplace(wanted, 1).first->second;
-    while (isTaken(Numbered(wanted, number))) ++number;
-    return Numbered(wanted, number);
+    if (holders(wanted) == (node->Name() == wanted ? 1 : 0)) return wanted;
+    int& unused = firstUnused_.try_emplace(wanted, 1).first->second;
+    while (holders(Numbered(wanted, unused)) > 0) ++unused;
+    // All lower numbers have a holder, but the node's own name is free to itself.
+    String base;
+    int own = 0;
+    const bool keeps =
+        SplitNumbered(node->Name(), base, own) && base == wanted && own < unused && holders(node->Name()) == 1;
+    return keeps ? node->Name() : Numbered(wanted, unused);
 }
 
 void CAssembly::Renamed(const String& former, const String& now) {
@@ -42,7 +47,11 @@ void CAssembly::ForgetName(const String& name) {
     const auto found = names_.find(name);
     if (found == names_.end() || --found->second > 0) return;
     names_.erase(found);
-    firstFree_.clear();
+    String base;
+    int number = 0;
+    if (!SplitNumbered(name, base, number)) return;
+    const auto unused = firstUnused_.find(base);
+    if (unused != firstUnused_.end()) unused->second = std::min(unused->second, number);
 }
 
 int CAssembly::GetNodeIDFromName(const String& text) {

@@ -81,15 +81,9 @@ public:
 
     // 1: this node has deleted itself; 2: a node below has been deleted and unlinked; 0: not found.
     virtual int Remove(int) { return 0; }
-    virtual CNode* FindNode(int) { return nullptr; }
-    virtual CPart* FindPart(int) { return nullptr; }
-    virtual CPart* FindPartByName(const String&) { return nullptr; }
     virtual CPart* FindOtherPartByName(const String&, int /*id*/) { return nullptr; }
     virtual CNode* DetachChild(int) { return nullptr; }
     virtual int GetNodeType() const { return -1; }
-    // The node with that id multiplies its ancestors' transforms into M.
-    virtual void GetParentTransform(int, CMatrix&) {}
-    virtual void GetParentExplodeTransform(int, CMatrix&) {}
     virtual int FirstChild() { return -1; }
     virtual CNode* NextChild() { return nullptr; }
 

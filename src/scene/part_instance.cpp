@@ -42,9 +42,6 @@ int CPartInstance::Remove(int nodeId) {
     return 1;
 }
 
-CPart* CPartInstance::FindPart(int partId) { return part_ && part_->id == partId ? part_ : nullptr; }
-CPart* CPartInstance::FindPartByName(const String& text) { return part_ && part_->name == text ? part_ : nullptr; }
-
 CPart* CPartInstance::FindOtherPartByName(const String& text, int partId) {
     return part_ && part_->id != partId && part_->name == text ? part_ : nullptr;
 }

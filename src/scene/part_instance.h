@@ -38,13 +38,8 @@ public:
     void SpoolToFile(const std::shared_ptr<SpoolFile>& file) override;
     void UseVertexArray(int value) override;
     int Remove(int nodeId) override;
-    CNode* FindNode(int nodeId) override { return nodeId == id ? this : nullptr; }
-    CPart* FindPart(int partId) override;
-    CPart* FindPartByName(const String& text) override;
     CPart* FindOtherPartByName(const String& text, int partId) override;
     int GetNodeType() const override { return 1; }
-    void GetParentTransform(int nodeId, CMatrix& M) override;
-    void GetParentExplodeTransform(int nodeId, CMatrix& M) override;
 
     // scene/instance_settings.cpp
     void SetExternalColor(const Color& color) override;

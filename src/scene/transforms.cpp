@@ -1,4 +1,6 @@
 // The way of matrices through the tree, and the folding of an exploded view into the placements.
+#include <vector>
+
 #include "scene/assembly.h"
 #include "scene/part.h"
 #include "scene/part_instance.h"
@@ -17,41 +19,19 @@ CMatrix InverseOf(const CMatrix& matrix) {
 
 }  // namespace
 
+// From the root down, without a call for each level: trees may be deeper than the stack.
 CMatrix CNode::WorldInverse() const {
-    const CMatrix own = InverseOf(transform);
-    return parent ? parent->WorldInverse() * own : own;
+    std::vector<const CNode*> path;
+    for (const CNode* n = this; n; n = n->parent) path.push_back(n);
+    CMatrix inverse;
+    for (std::size_t i = path.size(); i-- > 0;) inverse.Multiply(InverseOf(path[i]->transform));
+    return inverse;
 }
 
 CMatrix CNode::World() const {
     CMatrix product;
     for (const CNode* n = this; n; n = n->parent) product.Multiply(n->transform);
     return product;
-}
-
-void CAssembly::GetParentTransform(int nodeId, CMatrix& M) {
-    if (nodeId == id) {
-        for (const CAssembly* p = parent; p; p = p->parent) M.Multiply(p->transform);
-        return;
-    }
-    for (CNode* child : children_) child->GetParentTransform(nodeId, M);
-}
-
-void CAssembly::GetParentExplodeTransform(int nodeId, CMatrix& M) {
-    if (nodeId == id) {
-        for (const CAssembly* p = parent; p; p = p->parent) M.Multiply(p->explodeTransform);
-        return;
-    }
-    for (CNode* child : children_) child->GetParentExplodeTransform(nodeId, M);
-}
-
-void CPartInstance::GetParentTransform(int nodeId, CMatrix& M) {
-    if (nodeId != id) return;
-    for (const CAssembly* p = parent; p; p = p->parent) M.Multiply(p->transform);
-}
-
-void CPartInstance::GetParentExplodeTransform(int nodeId, CMatrix& M) {
-    if (nodeId != id) return;
-    for (const CAssembly* p = parent; p; p = p->parent) M.Multiply(p->explodeTransform);
 }
 
 void CAssembly::Scale(float x, float y, float z) {

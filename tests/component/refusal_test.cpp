@@ -1,4 +1,6 @@
 // How each method answers ids: the three kinds of call, and those that answer in a way of their own.
+#include <variant>
+
 #include "component/host.h"
 
 namespace tessera::test {
@@ -7,161 +9,134 @@ namespace {
 // Where results go; a call that is refused must leave all of it alone.
 struct Results {
     int i[6] = {-77, -77, -77, -77, -77, -77};
-    LONG l = -77;
     short s = -77;
-    float f[6] = {-77, -77, -77, -77, -77, -77};
-    Array16 m = Moved(7, 7, 7);
+    float f[9] = {-77, -77, -77, -77, -77, -77, -77, -77, -77};
+    Array16 m = Moved(7, 7, 7);  // also the matrix of those methods that read one
     BSTR text = nullptr;
 
     bool operator==(const Results&) const = default;
 };
 
-struct Call {
-    const char* name;
-    HRESULT (*run)(ITessera* t, int id, Results& r, int* error);
+using Method =
+    std::variant<HRESULT (ITessera::*)(int, int*), HRESULT (ITessera::*)(int, int, int*),
+                 HRESULT (ITessera::*)(int, short, int*), HRESULT (ITessera::*)(int, float, int*),
+                 HRESULT (ITessera::*)(int, float, float, float, int*), HRESULT (ITessera::*)(int, BSTR, int*),
+                 HRESULT (ITessera::*)(int, int*, int*), HRESULT (ITessera::*)(int, short*, int*),
+                 HRESULT (ITessera::*)(int, float*, int*), HRESULT (ITessera::*)(int, float*, float*, int*),
+                 HRESULT (ITessera::*)(int, float*, float*, float*, int*), HRESULT (ITessera::*)(int, double*, int*),
+                 HRESULT (ITessera::*)(int, BSTR*, int*)>;
+
+// Calls a method with an id, with results where it has any and harmless values for the rest. int and LONG are one type.
+struct Ask {
+    ITessera* t;
+    int id;
+    Results& r;
+    int* error;
+
+    HRESULT operator()(HRESULT (ITessera::*m)(int, int*)) const { return (t->*m)(id, error); }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, int, int*)) const { return (t->*m)(id, 1, error); }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, short, int*)) const { return (t->*m)(id, 1, error); }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, float, int*)) const { return (t->*m)(id, 0.5F, error); }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, float, float, float, int*)) const {
+        return (t->*m)(id, 1, 1, 1, error);
+    }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, BSTR, int*)) const { return (t->*m)(id, nullptr, error); }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, int*, int*)) const { return (t->*m)(id, r.i, error); }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, short*, int*)) const { return (t->*m)(id, &r.s, error); }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, float*, int*)) const { return (t->*m)(id, r.f, error); }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, float*, float*, int*)) const {
+        return (t->*m)(id, r.f, r.f + 3, error);
+    }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, float*, float*, float*, int*)) const {
+        return (t->*m)(id, r.f, r.f + 3, r.f + 6, error);
+    }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, double*, int*)) const { return (t->*m)(id, r.m.data(), error); }
+    HRESULT operator()(HRESULT (ITessera::*m)(int, BSTR*, int*)) const { return (t->*m)(id, &r.text, error); }
 };
 
-float g_points[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0};
-Array16 g_matrix = kIdentity;
+using T = ITessera;
 
-const Call kNodeCalls[] = {
-    {"SetExternalColor", [](ITessera* t, int id, Results&, int* e) { return t->SetExternalColor(id, 1, 1, 1, e); }},
-    {"SetInternalColor", [](ITessera* t, int id, Results&, int* e) { return t->SetInternalColor(id, 1, 1, 1, e); }},
-    {"SetBackgroundColor", [](ITessera* t, int id, Results&, int* e) { return t->SetBackgroundColor(id, 1, 1, 1, e); }},
-    {"SetBorderColor", [](ITessera* t, int id, Results&, int* e) { return t->SetBorderColor(id, 1, 1, 1, e); }},
-    {"SetEdgeColor", [](ITessera* t, int id, Results&, int* e) { return t->SetEdgeColor(id, 1, 1, 1, e); }},
-    {"SetPointTolerance", [](ITessera* t, int id, Results&, int* e) { return t->SetPointTolerance(id, 1e-9F, e); }},
-    {"SetThresholdAngle", [](ITessera* t, int id, Results&, int* e) { return t->SetThresholdAngle(id, 40, e); }},
-    {"SetShadeMode", [](ITessera* t, int id, Results&, int* e) { return t->SetShadeMode(id, 1, e); }},
-    {"SetOptionsShadeMode", [](ITessera* t, int id, Results&, int* e) { return t->SetOptionsShadeMode(id, 0, e); }},
-    {"SetSimpleShadeMode", [](ITessera* t, int id, Results&, int* e) { return t->SetSimpleShadeMode(id, 9, e); }},
-    {"SetViewingType", [](ITessera* t, int id, Results&, int* e) { return t->SetViewingType(id, 0, e); }},
-    {"SetTransparency", [](ITessera* t, int id, Results&, int* e) { return t->SetTransparency(id, 1, e); }},
-    {"SetVolumePrecision", [](ITessera* t, int id, Results&, int* e) { return t->SetVolumePrecision(id, 1, e); }},
-    {"SetSelected", [](ITessera* t, int id, Results&, int* e) { return t->SetSelected(id, 0, e); }},
-    {"IsSelected", [](ITessera* t, int id, Results& r, int* e) { return t->IsSelected(id, &r.l, e); }},
-    {"EnableDrawing", [](ITessera* t, int id, Results&, int* e) { return t->EnableDrawing(id, 1, e); }},
-    {"IsDrawingEnable", [](ITessera* t, int id, Results& r, int* e) { return t->IsDrawingEnable(id, &r.l, e); }},
-    {"EnableDrawBoundBox", [](ITessera* t, int id, Results&, int* e) { return t->EnableDrawBoundBox(id, 0, e); }},
-    {"SetVertexVisible", [](ITessera* t, int id, Results&, int* e) { return t->SetVertexVisible(id, 0, e); }},
-    {"GetVertexVisibility",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetVertexVisibility(id, &r.l, e); }},
-    {"SetPrintingStatus", [](ITessera* t, int id, Results&, int* e) { return t->SetPrintingStatus(id, 0, e); }},
-    {"SwitchWireFrameVisibility",
-     [](ITessera* t, int id, Results&, int* e) { return t->SwitchWireFrameVisibility(id, 1, e); }},
-    {"SwitchTriMeshVisibility",
-     [](ITessera* t, int id, Results&, int* e) { return t->SwitchTriMeshVisibility(id, 1, e); }},
-    {"SwitchPointSetVisibility",
-     [](ITessera* t, int id, Results&, int* e) { return t->SwitchPointSetVisibility(id, 1, e); }},
-    {"GetNodeWireFrameVisibility",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetNodeWireFrameVisibility(id, &r.l, e); }},
-    {"GetNodeSurfaceVisibility",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetNodeSurfaceVisibility(id, &r.l, e); }},
-    {"GetNodePointSetVisibility",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetNodePointSetVisibility(id, &r.l, e); }},
-    {"GetNodeCrossSectionStatus",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetNodeCrossSectionStatus(id, &r.l, e); }},
-    {"SetCrossSectionPlane",
-     [](ITessera* t, int id, Results&, int* e) { return t->SetCrossSectionPlane(id, g_points, g_points + 3, e); }},
-    {"GetCrossSectionPlane",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetCrossSectionPlane(id, r.f, r.f + 3, e); }},
-    {"EnableCrossSection", [](ITessera* t, int id, Results&, int* e) { return t->EnableCrossSection(id, 1, e); }},
-    {"SwitchCrossSectionPlane",
-     [](ITessera* t, int id, Results&, int* e) { return t->SwitchCrossSectionPlane(id, 0, e); }},
-    {"EnableTransparentXSection",
-     [](ITessera* t, int id, Results&, int* e) { return t->EnableTransparentXSection(id, 0, e); }},
-    {"EnableCrossSectionCapping",
-     [](ITessera* t, int id, Results&, int* e) { return t->EnableCrossSectionCapping(id, 0, e); }},
-    {"RotateX", [](ITessera* t, int id, Results&, int* e) { return t->RotateX(id, 0, e); }},
-    {"RotateY", [](ITessera* t, int id, Results&, int* e) { return t->RotateY(id, 0, e); }},
-    {"RotateZ", [](ITessera* t, int id, Results&, int* e) { return t->RotateZ(id, 0, e); }},
-    {"Scale", [](ITessera* t, int id, Results&, int* e) { return t->Scale(id, 1, 1, 1, e); }},
-    {"Translate", [](ITessera* t, int id, Results&, int* e) { return t->Translate(id, 0, 0, 0, e); }},
-    {"TranslateExplode", [](ITessera* t, int id, Results&, int* e) { return t->TranslateExplode(id, 0, 0, 0, e); }},
-    {"MirrorXY", [](ITessera* t, int id, Results&, int* e) { return t->MirrorXY(id, e); }},
-    {"MirrorXZ", [](ITessera* t, int id, Results&, int* e) { return t->MirrorXZ(id, e); }},
-    {"MirrorYZ", [](ITessera* t, int id, Results&, int* e) { return t->MirrorYZ(id, e); }},
-    {"SetMirrorFlag", [](ITessera* t, int id, Results&, int* e) { return t->SetMirrorFlag(id, 0, e); }},
-    {"ApplyTransform", [](ITessera* t, int id, Results&, int* e) { return t->ApplyTransform(id, g_matrix.data(), e); }},
-    {"SetTransform", [](ITessera* t, int id, Results&, int* e) { return t->SetTransform(id, g_matrix.data(), e); }},
-    {"GetTransform", [](ITessera* t, int id, Results& r, int* e) { return t->GetTransform(id, r.m.data(), e); }},
-    {"ApplyExplodeTransform",
-     [](ITessera* t, int id, Results&, int* e) { return t->ApplyExplodeTransform(id, g_matrix.data(), e); }},
-    {"SetExplodeTransform",
-     [](ITessera* t, int id, Results&, int* e) { return t->SetExplodeTransform(id, g_matrix.data(), e); }},
-    {"GetExplodeTransform",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetExplodeTransform(id, r.m.data(), e); }},
-    {"ApplyExplodeToNodeMatrix",
-     [](ITessera* t, int id, Results&, int* e) { return t->ApplyExplodeToNodeMatrix(id, e); }},
-    {"GetBoundBox", [](ITessera* t, int id, Results& r, int* e) { return t->GetBoundBox(id, r.f, r.f + 3, e); }},
-    {"GetBoundBoxRelativeFrame",
-     [](ITessera* t, int id, Results& r,
-        int* e) { return t->GetBoundBoxRelativeFrame(id, g_matrix.data(), r.f, r.f + 3, e); }},
-    {"Draw", [](ITessera* t, int id, Results&, int* e) { return t->Draw(id, 0, e); }},
-    {"DrawExplode", [](ITessera* t, int id, Results&, int* e) { return t->DrawExplode(id, 0, e); }},
-    {"DrawSimple", [](ITessera* t, int id, Results&, int* e) { return t->DrawSimple(id, e); }},
-    {"SetNodeName", [](ITessera* t, int id, Results&, int* e) { return t->SetNodeName(id, nullptr, e); }},
-    {"GetNodeName", [](ITessera* t, int id, Results& r, int* e) { return t->GetNodeName(id, &r.text, e); }},
-    {"GetFullNodeName", [](ITessera* t, int id, Results& r, int* e) { return t->GetFullNodeName(id, &r.text, e); }},
-    {"SetUserName", [](ITessera* t, int id, Results&, int* e) { return t->SetUserName(id, nullptr, e); }},
-    {"GetNodeUserName", [](ITessera* t, int id, Results& r, int* e) { return t->GetNodeUserName(id, &r.text, e); }},
-    {"SetPropertyString", [](ITessera* t, int id, Results&, int* e) { return t->SetPropertyString(id, nullptr, e); }},
-    {"GetPropertyString", [](ITessera* t, int id, Results& r, int* e) { return t->GetPropertyString(id, &r.text, e); }},
-    {"SetEnvtexture", [](ITessera* t, int id, Results&, int* e) { return t->SetEnvtexture(id, nullptr, e); }},
-    {"GetEnvtexture", [](ITessera* t, int id, Results& r, int* e) { return t->GetEnvtexture(id, &r.text, e); }},
-    {"SetDateAsNow", [](ITessera* t, int id, Results&, int* e) { return t->SetDateAsNow(id, e); }},
-    {"GetLastModifiedDate",
-     [](ITessera* t, int id, Results& r,
-        int* e) { return t->GetLastModifiedDate(id, r.i, r.i + 1, r.i + 2, r.i + 3, r.i + 4, r.i + 5, e); }},
-    {"GetNodeType", [](ITessera* t, int id, Results& r, int* e) { return t->GetNodeType(id, r.i, e); }},
-    {"GetNumberOfPartInstance",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetNumberOfPartInstance(id, r.i, e); }},
-    {"GetNodeIDFromName",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetNodeIDFromName(id, nullptr, r.i, e); }},
+// clang-format off: one method a line would be three screens
+const Method kNodeCalls[] = {
+    &T::SetExternalColor,
+    &T::SetInternalColor,
+    &T::SetBackgroundColor,
+    &T::SetBorderColor,
+    &T::SetEdgeColor,
+    &T::SetPointTolerance,
+    &T::SetThresholdAngle,
+    &T::SetShadeMode,
+    &T::SetOptionsShadeMode,
+    &T::SetViewingType,
+    &T::RotateX,
+    &T::RotateY,
+    &T::RotateZ,
+    &T::Scale,
+    &T::Translate,
+    &T::Draw,
+    &T::DrawExplode,
+    &T::DrawSimple,
+    &T::GetBoundBox,
+    &T::SetCrossSectionPlane,
+    &T::EnableCrossSection,
+    &T::EnableDrawBoundBox,
+    &T::SetNodeName,
+    &T::GetNodeName,
+    &T::GetNodeType,
+    &T::SetSimpleShadeMode,
+    &T::SetTransparency,
+    &T::EnableDrawing,
+    &T::IsDrawingEnable,
+    &T::SetVolumePrecision,
+    &T::SetSelected,
+    &T::IsSelected,
+    &T::MirrorXY,
+    &T::MirrorXZ,
+    &T::MirrorYZ,
+    &T::SetUserName,
+    &T::GetNodeUserName,
+    &T::SetDateAsNow,
+    &T::GetNumberOfPartInstance,
+    &T::SwitchCrossSectionPlane,
+    &T::SwitchWireFrameVisibility,
+    &T::SwitchTriMeshVisibility,
+    &T::SwitchPointSetVisibility,
+    &T::GetNodeCrossSectionStatus,
+    &T::GetNodeWireFrameVisibility,
+    &T::GetNodeSurfaceVisibility,
+    &T::GetNodePointSetVisibility,
+    &T::EnableTransparentXSection,
+    &T::SetVertexVisible,
+    &T::GetVertexVisibility,
+    &T::SetPropertyString,
+    &T::GetPropertyString,
+    &T::EnableCrossSectionCapping,
+    &T::ApplyTransform,
+    &T::SetTransform,
+    &T::GetTransform,
+    &T::SetPrintingStatus,
+    &T::GetCrossSectionPlane,
+    &T::ApplyExplodeTransform,
+    &T::SetExplodeTransform,
+    &T::GetExplodeTransform,
+    &T::GetFullNodeName,
+    &T::TranslateExplode,
+    &T::SetMirrorFlag,
+    &T::SetEnvtexture,
+    &T::GetEnvtexture,
+    &T::ApplyExplodeToNodeMatrix,
 };
-
-const Call kInstanceCalls[] = {
-    {"GetShadeMode", [](ITessera* t, int id, Results& r, int* e) { return t->GetShadeMode(id, &r.s, e); }},
-    {"GetOptionsShadeMode", [](ITessera* t, int id, Results& r, int* e) { return t->GetOptionsShadeMode(id, r.i, e); }},
-    {"GetExternalColor",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetExternalColor(id, r.f, r.f + 1, r.f + 2, e); }},
-    {"GetInternalColor",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetInternalColor(id, r.f, r.f + 1, r.f + 2, e); }},
-    {"GetBackgroundColor",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetBackgroundColor(id, r.f, r.f + 1, r.f + 2, e); }},
-    {"GetBorderColor",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetBorderColor(id, r.f, r.f + 1, r.f + 2, e); }},
-    {"GetEdgeColor",
-     [](ITessera* t, int id, Results& r, int* e) { return t->GetEdgeColor(id, r.f, r.f + 1, r.f + 2, e); }},
-    {"GetPointTolerance", [](ITessera* t, int id, Results& r, int* e) { return t->GetPointTolerance(id, r.f, e); }},
-    {"GetThresholdAngle", [](ITessera* t, int id, Results& r, int* e) { return t->GetThresholdAngle(id, r.f, e); }},
-    {"GetTransparency", [](ITessera* t, int id, Results& r, int* e) { return t->GetTransparency(id, r.f, e); }},
-    {"GetVolumePrecision", [](ITessera* t, int id, Results& r, int* e) { return t->GetVolumePrecision(id, r.f, e); }},
-    {"GetPartID", [](ITessera* t, int id, Results& r, int* e) { return t->GetPartID(id, r.i, e); }},
-    {"GetPartOfPInstance", [](ITessera* t, int id, Results& r, int* e) { return t->GetPartOfPInstance(id, r.i, e); }},
-    {"GetPartName", [](ITessera* t, int id, Results& r, int* e) { return t->GetPartName(id, &r.text, e); }},
+const Method kInstanceCalls[] = {
+    &T::GetShadeMode,       &T::GetOptionsShadeMode, &T::GetExternalColor,   &T::GetInternalColor,
+    &T::GetBackgroundColor, &T::GetBorderColor,      &T::GetEdgeColor,       &T::GetPointTolerance,
+    &T::GetThresholdAngle,  &T::GetTransparency,     &T::GetVolumePrecision, &T::GetPartID,
+    &T::GetPartOfPInstance, &T::GetPartName,
 };
-
-const Call kOpenMeshCalls[] = {
-    {"AddTriangle3P", [](ITessera* t, int id, Results&, int* e) { return t->AddTriangle3P(id, g_points, e); }},
-    {"AddTriangle3P3N",
-     [](ITessera* t, int id, Results&, int* e) { return t->AddTriangle3P3N(id, g_points, g_points, e); }},
-    {"AddTriangle3P4N",
-     [](ITessera* t, int id, Results&, int* e) { return t->AddTriangle3P4N(id, g_points, g_points, g_points, e); }},
-    {"AddTriangles3P3N",
-     [](ITessera* t, int id, Results&, int* e) {
-         return t->AddTriangles3P3N(id, nullptr, 0, nullptr, nullptr, 0, nullptr, nullptr, 0, nullptr, 0, 0, e);
-     }},
-    {"SetTriMeshExternalColor",
-     [](ITessera* t, int id, Results&, int* e) { return t->SetTriMeshExternalColor(id, 9, 9, 9, e); }},
-    {"SetTriMeshInternalColor",
-     [](ITessera* t, int id, Results&, int* e) { return t->SetTriMeshInternalColor(id, 1, 1, 1, e); }},
-    {"SetTriMeshEdgeColor",
-     [](ITessera* t, int id, Results&, int* e) { return t->SetTriMeshEdgeColor(id, 1, 1, 1, e); }},
-    {"SetTriMeshBorderColor",
-     [](ITessera* t, int id, Results&, int* e) { return t->SetTriMeshBorderColor(id, 1, 1, 1, e); }},
-    {"EndTriMesh", [](ITessera* t, int id, Results&, int* e) { return t->EndTriMesh(id, e); }},
+const Method kOpenMeshCalls[] = {
+    &T::AddTriangle3P,           &T::AddTriangle3P3N,     &T::AddTriangle3P4N,       &T::SetTriMeshExternalColor,
+    &T::SetTriMeshInternalColor, &T::SetTriMeshEdgeColor, &T::SetTriMeshBorderColor, &T::EndTriMesh,
 };
+// clang-format on
 
 class Refusal : public HostTest {
 protected:
@@ -174,15 +149,15 @@ protected:
         scene->CreatePart(&loosePart);
     }
 
-    void Expect(const Call& call, int id, HRESULT status, int code) {
+    void Expect(const Method& method, int id, HRESULT status, int code, std::ptrdiff_t row = -1) {
         const Results untouched;
-        Results results;
+        Results results, unwatched;
         int got = 55;
-        EXPECT_EQ(call.run(scene.operator->(), id, results, &got), status) << call.name << ' ' << id;
-        EXPECT_EQ(got, code) << call.name << ' ' << id;
-        if (status != STATUS_OK) EXPECT_TRUE(results == untouched) << call.name << ' ' << id;
-        Results unwatched;
-        EXPECT_EQ(call.run(scene.operator->(), id, unwatched, nullptr), status) << call.name << " without errCode";
+        SCOPED_TRACE("row " + std::to_string(row) + ", id " + std::to_string(id));
+        EXPECT_EQ(std::visit(Ask{scene.operator->(), id, results, &got}, method), status);
+        EXPECT_EQ(got, code);
+        EXPECT_TRUE(status == STATUS_OK || results == untouched);
+        EXPECT_EQ(std::visit(Ask{scene.operator->(), id, unwatched, nullptr}, method), status);
         SysFreeString(results.text);
         SysFreeString(unwatched.text);
     }
@@ -192,42 +167,59 @@ protected:
 };
 
 TEST_F(Refusal, NodeCallsTakeEveryNodeOfTheTree) {
-    for (const Call& call : kNodeCalls) {
-        for (const int id : {0, assembly, placed.instance}) Expect(call, id, STATUS_OK, 1);
-        for (const int id : {-1, 777, placed.part, loose, looseInstance, loosePart}) Expect(call, id, STATUS_FAIL, 0);
+    for (const Method& m : kNodeCalls) {
+        for (const int id : {0, assembly, placed.instance}) Expect(m, id, STATUS_OK, 1, &m - kNodeCalls);
+        for (const int id : {-1, 777, placed.part, loose, looseInstance, loosePart})
+            Expect(m, id, STATUS_FAIL, 0, &m - kNodeCalls);
+    }
+}
+
+TEST_F(Refusal, MethodsOfManyArgumentsRefuseAsTheOthers) {
+    Results results;
+    double* const m = results.m.data();
+    for (const int id : {777, placed.instance}) {
+        const HRESULT expected = id == 777 ? STATUS_FAIL : STATUS_OK;
+        EXPECT_EQ(scene->GetBoundBoxRelativeFrame(id, m, results.f, results.f + 3, &error), expected);
+        EXPECT_EQ(error, id == 777 ? 0 : 1);
+        EXPECT_EQ(scene->GetNodeIDFromName(id, nullptr, results.i, &error), expected);
+        EXPECT_EQ(scene->GetLastModifiedDate(id, results.i, nullptr, nullptr, nullptr, nullptr, nullptr, &error),
+                  expected);
+        EXPECT_EQ(error, id == 777 ? 0 : 1);
+        EXPECT_TRUE(id != 777 || results == Results());
+    }
+    for (const auto& [part, code] : {std::pair{777, 0}, {placed.part, -1}}) {
+        EXPECT_EQ(scene->AddTriangles3P3N(part, m, 3, nullptr, m, 3, nullptr, nullptr, 0, nullptr, 0, 0, &error),
+                  STATUS_FAIL);
+        EXPECT_EQ(error, code);
     }
 }
 
 TEST_F(Refusal, InstanceCallsTakeInstancesOnly) {
-    for (const Call& call : kInstanceCalls) {
-        Expect(call, placed.instance, STATUS_OK, 1);
+    for (const Method& m : kInstanceCalls) {
+        Expect(m, placed.instance, STATUS_OK, 1, &m - kInstanceCalls);
         for (const int id : {0, assembly, -1, 777, placed.part, loose, looseInstance, loosePart})
-            Expect(call, id, STATUS_FAIL, 0);
+            Expect(m, id, STATUS_FAIL, 0, &m - kInstanceCalls);
     }
 }
 
 TEST_F(Refusal, PartCallsTakePartsOfTheTreeInTheRightState) {
-    const Call begin = {"BeginTriMesh", [](ITessera* t, int id, Results&, int* e) { return t->BeginTriMesh(id, e); }};
-    const Call name = {"SetPartName",
-                       [](ITessera* t, int id, Results&, int* e) { return t->SetPartName(id, nullptr, e); }};
     const int strangers[] = {0, assembly, placed.instance, -1, 777, loosePart};
     for (const int id : strangers) {
-        Expect(begin, id, STATUS_FAIL, 0);
-        Expect(name, id, STATUS_OK, 0);
+        Expect(&T::BeginTriMesh, id, STATUS_FAIL, 0);
+        Expect(&T::SetPartName, id, STATUS_OK, 0);
     }
-    for (const Call& call : kOpenMeshCalls) {
-        for (const int id : strangers) Expect(call, id, STATUS_FAIL, 0);
-        Expect(call, placed.part, STATUS_FAIL, -1);
+    Expect(&T::SetPartName, placed.part, STATUS_OK, 1);
+    for (const Method& m : kOpenMeshCalls) {
+        for (const int id : strangers) Expect(m, id, STATUS_FAIL, 0, &m - kOpenMeshCalls);
+        Expect(m, placed.part, STATUS_FAIL, -1, &m - kOpenMeshCalls);
     }
     ASSERT_EQ(scene->BeginTriMesh(placed.part, &error), STATUS_OK);
-    Expect(begin, placed.part, STATUS_FAIL, -1);
-    for (const Call& call : kOpenMeshCalls) {
-        int got = 55;
+    Expect(&T::BeginTriMesh, placed.part, STATUS_FAIL, -1);
+    for (const Method& m : kOpenMeshCalls) {
         Results results;
-        EXPECT_EQ(call.run(scene.operator->(), placed.part, results, &got), STATUS_OK) << call.name;
-        EXPECT_EQ(got, 1) << call.name;
+        EXPECT_EQ(std::visit(Ask{scene.operator->(), placed.part, results, &error}, m), STATUS_OK);
+        EXPECT_EQ(error, 1) << &m - kOpenMeshCalls;
     }
-    Expect(name, placed.part, STATUS_OK, 1);
     // An empty mesh is thrown away, and the next can begin.
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(scene->BeginTriMesh(placed.part, &error), STATUS_OK);
@@ -236,9 +228,10 @@ TEST_F(Refusal, PartCallsTakePartsOfTheTreeInTheRightState) {
 }
 
 TEST_F(Refusal, CallsWithoutAnIdAlwaysSucceed) {
+    float points[6] = {0, 0, 9, 0, 0, 0};
     error = 0;
     for (const HRESULT status :
-         {scene->SetCamera(g_points, g_points + 3, &error), scene->SetZoomFactor(2, &error),
+         {scene->SetCamera(points, points + 3, &error), scene->SetZoomFactor(2, &error),
           scene->SetPickTolerance(1, &error), scene->ForceHiddenLineDrawing(VARIANT_FALSE, &error)}) {
         EXPECT_EQ(status, STATUS_OK);
         EXPECT_EQ(error, 1);

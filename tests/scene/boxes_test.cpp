@@ -125,17 +125,19 @@ TEST_F(Boxes, AreThoseOfAnotherFrameWhenAsked) {
 }
 
 TEST_F(Boxes, KeptUnderAMovedRootHoldUntilTheNextChange) {
-    const int node = scene.AddMesh(Cube()).instance;
-    Array16 small = Moved(0.5e-8, 0, 0), moved = Moved(3, 0, 0);
-    EXPECT_EQ(Box(0), kUnitBox);
-    scene->SetTransform(0, moved.data(), &error);
-    EXPECT_EQ(Box(0)[3], 4);
-    EXPECT_EQ(Box(node)[3], 4);
-    scene->SetTransform(0, small.data(), &error);
-    EXPECT_EQ(Box(0)[3], 1);
-    scene->SetExplodeTransform(0, moved.data(), &error);
-    scene->DrawExplode(0, 0, &error);
-    EXPECT_EQ(Box(0)[3], 4);
+    // Far out the kept box shows: it stands for turns that move this cube by 9 units.
+    const int node = scene.AddMesh(Cube(2, {1e9F, 0, 0})).instance, other = scene.AddAssembly();
+    const Corners kept = Box(node);
+    Array16 turned = kIdentity;
+    turned[1] = 0.9e-8;
+    scene->SetTransform(0, turned.data(), &error);
+    EXPECT_EQ(Box(node), kept);
+    scene->SetExplodeTransform(0, Array16(kIdentity).data(), &error);
+    EXPECT_NEAR(Box(node)[4], 10, 0.01);
+    scene->SetTransform(0, Array16(kIdentity).data(), &error);
+    EXPECT_NEAR(Box(node)[4], 10, 0.01);
+    scene->SetTransform(other, turned.data(), &error);
+    EXPECT_EQ(Box(node), kept);
 }
 
 }  // namespace

@@ -48,31 +48,33 @@ TEST_F(Names, AreNumberedUntilUniqueAmongSiblings) {
         int node;
         const char16_t *wanted, *expected;
     } steps[] = {
-        {a, u"Gear", u"Gear"},
-        {b, u"Gear", u"Gear (1)"},
-        {c, u"Gear", u"Gear (2)"},
-        {a, u"Gear", u"Gear"},
-        {c, u"Gear", u"Gear (2)"},
-        {b, u"gear", u"gear"},
-        {c, u"Gear", u"Gear (1)"},
-        {b, u"Gear (1)", u"Gear (1) (1)"},
-        {d, u"Gear", u"Gear (2)"},
+        {a, u"Planet gear", u"Planet gear"},
+        {b, u"Planet gear", u"Planet gear (1)"},
+        {c, u"Planet gear", u"Planet gear (2)"},
+        {d, u"Planet gear", u"Planet gear (3)"},
+        {b, u"Planet gear", u"Planet gear (1)"},
+        {a, u"Planet gear", u"Planet gear"},
+        {c, u"Planet gear", u"Planet gear (2)"},
+        {b, u"planet gear", u"planet gear"},
+        {c, u"Planet gear", u"Planet gear (1)"},
+        {b, u"Planet gear (1)", u"Planet gear (1) (1)"},
+        {d, u"Planet gear", u"Planet gear (2)"},
         {a, u"Wheel", u"Wheel"},
-        {c, u"Gear", u"Gear"},
-        {d, u"Gear", u"Gear (1)"},
+        {c, u"Planet gear", u"Planet gear"},
+        {d, u"Planet gear", u"Planet gear (1)"},
         {a, u"", u""},
         {b, u"", u" (1)"},
         {a, u"", u""},
-        {c, u"Gear (3)", u"Gear (3)"},
-        {a, u"Gear", u"Gear"},
-        {b, u"Gear", u"Gear (2)"},
+        {c, u"Planet gear (3)", u"Planet gear (3)"},
+        {a, u"Planet gear", u"Planet gear"},
+        {b, u"Planet gear", u"Planet gear (2)"},
     };
     for (const auto& [node, wanted, expected] : steps) EXPECT_EQ(Rename(node, wanted), expected);
     // A freed number is taken again; the root and nodes elsewhere do not count.
     scene->Remove(d, &error);
     const int e = scene.AddAssembly();
-    EXPECT_EQ(Rename(e, u"Gear"), u"Gear (1)");
-    EXPECT_EQ(Rename(scene.AddAssembly(e), u"Gear"), u"Gear");
+    EXPECT_EQ(Rename(e, u"Planet gear"), u"Planet gear (1)");
+    EXPECT_EQ(Rename(scene.AddAssembly(e), u"Planet gear"), u"Planet gear");
     EXPECT_EQ(Rename(scene.AddAssembly(), u"/"), u"/");
 }
 
