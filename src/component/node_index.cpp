@@ -1,6 +1,7 @@
 #include "component/node_index.h"
 
 #include "scene/assembly.h"
+#include "scene/part.h"
 #include "scene/part_instance.h"
 
 namespace tessera {
@@ -9,7 +10,9 @@ void NodeIndex::Add(CNode* node) {
     nodes_[node->id] = node;
     if (node->GetNodeType() == 1) {
         auto* const instance = static_cast<CPartInstance*>(node);
-        if (instance->Part()) instances_[instance->GetPartID()] = instance;
+        if (!instance->Part()) return;
+        instances_[instance->GetPartID()] = instance;
+        AddName(instance->Part());
         return;
     }
     for (CNode* child : static_cast<CAssembly*>(node)->Children()) Add(child);
@@ -18,16 +21,51 @@ void NodeIndex::Add(CNode* node) {
 void NodeIndex::Forget(CNode* node) {
     nodes_.erase(node->id);
     if (node->GetNodeType() == 1) {
-        const auto shown = instances_.find(static_cast<CPartInstance*>(node)->GetPartID());
+        const CPart* const part = static_cast<CPartInstance*>(node)->Part();
+        if (!part) return;
+        const auto shown = instances_.find(part->id);
         if (shown != instances_.end() && shown->second == node) instances_.erase(shown);
+        if (part->useCount == 1) ForgetName(part);
         return;
     }
     for (CNode* child : static_cast<CAssembly*>(node)->Children()) Forget(child);
 }
 
+void NodeIndex::AddName(const CPart* part) {
+    if (part->name == CPart::DefaultName()) return;
+    const auto [first, last] = partNames_.equal_range(part->name);
+    for (auto entry = first; entry != last; ++entry)
+        if (entry->second == part->id) return;
+    partNames_.emplace(part->name, part->id);
+}
+
+void NodeIndex::ForgetName(const CPart* part) {
+    const auto [first, last] = partNames_.equal_range(part->name);
+    for (auto entry = first; entry != last; ++entry)
+        if (entry->second == part->id) {
+            partNames_.erase(entry);
+            return;
+        }
+}
+
+void NodeIndex::RenamePart(CPart* part, const String& name) {
+    ForgetName(part);
+    part->name = name;
+    AddName(part);
+}
+
+bool NodeIndex::IsNameOfOtherPart(const String& name, int partId) {
+    if (name == CPart::DefaultName()) return root_->FindOtherPartByName(name, partId) != nullptr;
+    const auto [first, last] = partNames_.equal_range(name);
+    for (auto entry = first; entry != last; ++entry)
+        if (entry->second != partId && InstanceOfPart(entry->second)) return true;
+    return false;
+}
+
 void NodeIndex::Clear() {
     nodes_.clear();
     instances_.clear();
+    partNames_.clear();
 }
 
 bool NodeIndex::IsInTree(const CNode* node) const {

@@ -3,10 +3,13 @@
 
 #include <unordered_map>
 
+#include "platform/text.h"
+
 namespace tessera {
 
 class CAssembly;
 class CNode;
+class CPart;
 class CPartInstance;
 
 // Finds what lies in the tree under a root. It is told of every node that is linked, be it in the tree or under a
@@ -25,14 +28,21 @@ public:
     CNode* Node(int id) const;
     // An instance in the tree that shows the part with that id.
     CPartInstance* InstanceOfPart(int partId);
+    // Whether a part in the tree, other than that with the id, has the name.
+    bool IsNameOfOtherPart(const String& name, int partId);
+    void RenamePart(CPart* part, const String& name);
 
 private:
     bool IsInTree(const CNode* node) const;
     bool Shows(CPartInstance* instance, int partId) const;
+    void AddName(const CPart* part);
+    void ForgetName(const CPart* part);
 
     CAssembly* root_;
     std::unordered_map<int, CNode*> nodes_;
     std::unordered_map<int, CPartInstance*> instances_;  // by the part's id
+    // Ids of the parts that have been given a name: most are told from each other by it.
+    std::unordered_multimap<String, int> partNames_;
 };
 
 }  // namespace tessera

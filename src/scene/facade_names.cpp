@@ -130,8 +130,8 @@ HRESULT CTessera::SetPartName(int partID, BSTR name, int* errCode) {
     const String base = ToString(name);
     String candidate = base;
     if (candidate == FromAscii("default")) candidate = Numbered(base, g_partNameCounter++);
-    while (m_root->FindOtherPartByName(candidate, partID)) candidate = Numbered(base, g_partNameCounter++);
-    part->name = candidate;
+    while (index_.IsNameOfOtherPart(candidate, partID)) candidate = Numbered(base, g_partNameCounter++);
+    index_.RenamePart(part, candidate);
     return STATUS_OK;
 }
 

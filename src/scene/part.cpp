@@ -10,6 +10,11 @@ namespace tessera {
 CPart::CPart(TriNormalTable* normals) : triNormals_(normals) {}
 CPart::~CPart() = default;
 
+const String& CPart::DefaultName() {
+    static const String name = FromAscii("No Name");
+    return name;
+}
+
 void CPart::Release() {
     if (--useCount == 0) delete this;
 }

@@ -36,8 +36,8 @@ struct PartState {
     float alpha = 0.99f;
     double cachedVolume = 0;  // below 1e-7: not known
     float volumePrecision = 1.0f;
-    bool colourSet = false;  // a colour has been given to the whole part
-    String name = FromAscii("No Name");
+    bool colourSet = false;              // a colour has been given to the whole part
+    String name = FromAscii("No Name");  // CPart::DefaultName
     String envTextureName;
     unsigned envTexture = 0;  // OpenGL name of the loaded texture
 };
@@ -48,6 +48,8 @@ public:
     // The table is shared and not owned.
     explicit CPart(TriNormalTable* normals);
     ~CPart();
+    // What a part is called until it is given a name; many may be called so at once.
+    static const String& DefaultName();
     CPart(const CPart&) = delete;
     CPart& operator=(const CPart&) = delete;
 
