@@ -17,12 +17,14 @@ void Switch(GLenum capability, GLboolean on) {
 
 }  // namespace
 
+thread_local ToldState gTold;
 bool gForceHiddenLine = false;
 bool gSelectedSeen = false;
 bool gTransparentSeen = false;
 bool gReducedDrawn = false;
 
 HostState::HostState() {
+    gTold = ToldState();
     glPushAttrib(GL_CURRENT_BIT | GL_POINT_BIT | GL_LINE_BIT | GL_POLYGON_BIT | GL_COLOR_BUFFER_BIT |
                  GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT | GL_TRANSFORM_BIT | GL_TEXTURE_BIT);
     glPushClientAttrib(GL_CLIENT_VERTEX_ARRAY_BIT);
@@ -33,6 +35,7 @@ HostState::HostState() {
 }
 
 HostState::~HostState() {
+    gTold = ToldState();
     GLint culled = GL_BACK, front = GL_CCW;
     GLfloat factor = 0, units = 0;
     glGetIntegerv(GL_CULL_FACE_MODE, &culled);

@@ -11,6 +11,14 @@ extern bool gSelectedSeen;     // the exploded draw has met a selected node
 extern bool gTransparentSeen;  // the exploded draw has met a part that is not opaque
 extern bool gReducedDrawn;     // this frame something was drawn reduced
 
+// What the draw call under way has told OpenGL last: instances of one part follow each other as a rule, and their
+// meshes need not tell it again.
+struct ToldState {
+    const void* arrays = nullptr;     // the mesh whose strips the client arrays point at
+    const void* materials = nullptr;  // the mesh whose materials are set
+};
+extern thread_local ToldState gTold;
+
 // Puts back, when a draw call returns, what its sequences change: culling, polygon mode, blending, depth writes,
 // current colour, line and point sizes, clip plane, texture, matrix mode and the client's arrays. What a host
 // may find changed stays: GL_NORMALIZE, the face that is culled, the front face, polygon offset, shade model

@@ -123,12 +123,14 @@ void CTriMesh::DrawMode(const CMatrix& matrix, int pass) {
 }
 
 void CTriMesh::SetMaterials() const {
+    glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+    if (gTold.materials == this) return;
+    gTold.materials = this;
     glMaterialfv(GL_FRONT, GL_DIFFUSE, Shaded(externalColor, kDiffuseShare, alpha).value);
     glMaterialfv(GL_BACK, GL_DIFFUSE, Shaded(internalColor, kDiffuseShare, alpha).value);
     glMaterialfv(GL_FRONT, GL_AMBIENT, Shaded(externalColor, kAmbientShare, alpha).value);
     glMaterialfv(GL_BACK, GL_AMBIENT, Shaded(internalColor, kAmbientShare, alpha).value);
     SetSpecular(alpha, kShininess);
-    glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
 }
 
 // The section plane stands in the world; what OpenGL is told is in the mesh's own frame.
@@ -230,7 +232,8 @@ void CTriMesh::DrawSmoothEdges(bool transparent) {
 
 void CTriMesh::DrawStrips() {
     if (useVertexArray) {
-        glInterleavedArrays(GL_N3F_V3F, 0, stripVertices_.data());
+        if (gTold.arrays != this) glInterleavedArrays(GL_N3F_V3F, 0, stripVertices_.data());
+        gTold.arrays = this;
         GLint first = 0;
         for (const int length : stripLengths_) {
             if (length <= 0) return;

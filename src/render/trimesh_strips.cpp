@@ -10,6 +10,7 @@
 
 #include "geometry/angle_limit.h"
 #include "geometry/trimesh.h"
+#include "render/draw_state.h"
 
 namespace tessera {
 namespace {
@@ -205,6 +206,7 @@ void CTriMesh::BuildStrips(const std::vector<Vec3>& facets, const std::vector<st
     glPushClientAttrib(GL_CLIENT_VERTEX_ARRAY_BIT);
     glInterleavedArrays(GL_N3F_V3F, 0, stripVertices_.data());
     glPopClientAttrib();
+    gTold.arrays = nullptr;
 }
 
 }  // namespace tessera
