@@ -37,7 +37,8 @@ Soup Rod(std::size_t n) {
 
 // A torus of about n triangles: its normals fill the sphere of directions, a thousand to a cell and more.
 Soup Torus(std::size_t n) {
-    const int around = static_cast<int>(std::sqrt(static_cast<double>(n) / 2)), across = static_cast<int>(n / 2) / around;
+    const int around = static_cast<int>(std::sqrt(static_cast<double>(n) / 2)),
+              across = static_cast<int>(n / 2) / around;
     Soup soup;
     soup.reserve(9 * n);
     const auto at = [&](int i, int j, double* out) {
@@ -74,8 +75,8 @@ struct Scene {
 };
 
 void Report(benchmark::State& state, std::size_t triangles) {
-    state.counters["ns/triangle"] = benchmark::Counter(static_cast<double>(triangles),
-                                                       benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["ns/triangle"] = benchmark::Counter(
+        static_cast<double>(triangles), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void BuildOf(benchmark::State& state, Soup soup) {

@@ -60,9 +60,9 @@ void AddOneByOne(Component& scene, int part, std::vector<float>& soup) {
 void AddInBulk(Component& scene, int part, Bulk& bulk) {
     int error = 0;
     scene->BeginTriMesh(part, &error);
-    scene->AddTriangles3P3N(part, bulk.points.data(), static_cast<tessera::ULONG>(bulk.points.size()), bulk.indices.data(),
-                            nullptr, 0, nullptr, nullptr, 0, nullptr, static_cast<tessera::ULONG>(bulk.indices.size() / 3), 0,
-                            &error);
+    scene->AddTriangles3P3N(part, bulk.points.data(), static_cast<tessera::ULONG>(bulk.points.size()),
+                            bulk.indices.data(), nullptr, 0, nullptr, nullptr, 0, nullptr,
+                            static_cast<tessera::ULONG>(bulk.indices.size() / 3), 0, &error);
 }
 
 void Build(const bench::Job& job) {
@@ -195,7 +195,8 @@ void Memory(const bench::Job& job) {
         AddOneByOne(scene, part, soup);
         scene->EndTriMesh(part, &error);
     }
-    job.row("built", "bytes/triangle", {(bench::resident_bytes() - before) / triangles}, "links, normals, edges, strips");
+    job.row("built", "bytes/triangle", {(bench::resident_bytes() - before) / triangles},
+            "links, normals, edges, strips");
     scene->UseVertexArray(1);
     Turn(1.03, 0);
     scene->Draw(0, 0, &error);

@@ -101,9 +101,10 @@ void CellGrid::Prefetch(const Vec3& p) const {
 }
 
 std::uint32_t CellGrid::LookUp(const Vec3* points, const Vec3& p, double tolerance) {
+    slot_ = ExactSlot(points, p);
     if (!(tolerance >= 0)) return kNone;  // then no point equals even itself
     distinctUpTo_ = std::min(distinctUpTo_, tolerance);
-    const std::uint32_t same = exact_[ExactSlot(points, p)];
+    const std::uint32_t same = exact_[slot_];
     // An earlier point that equals p would equal its double too, which then would not have been entered.
     if (same != kNone && tolerance <= distinctUpTo_) return same;
     if (IsNear(p)) return LookUpNear(points, p, tolerance);
@@ -142,8 +143,7 @@ std::uint32_t CellGrid::LookUpNear(const Vec3* points, const Vec3& p, double tol
 void CellGrid::Enter(const Vec3* points, const Vec3& p) {
     const std::uint32_t index = count_++;
     if (HasNaN(p)) return;  // equals nothing
-    const std::size_t slot = ExactSlot(points, p);
-    if (exact_[slot] == kNone) exact_[slot] = index;
+    if (exact_[slot_] == kNone) exact_[slot_] = index;
     if (++entered_ * 3 > exact_.size() * 2) GrowExact(points);
     if (!IsNear(p)) return;
     if (links_.size() >= heads_.size()) GrowNear(points);
@@ -159,6 +159,7 @@ void CellGrid::EnterNear(const Vec3& p, std::uint32_t index) {
 
 void CellGrid::Append(const Vec3* points, const Vec3& p) {
     distinctUpTo_ = -1;
+    slot_ = ExactSlot(points, p);
     Enter(points, p);
 }
 
