@@ -15,8 +15,6 @@ constexpr double kBucketWidth = 8;
 constexpr double kBucketShift = 0.37;
 // Share of a bucket beside the tolerance in which rounding may hide a neighbour.
 constexpr double kRounding = 1e-6;
-// Floats this many tolerances from 0 lie more than a tolerance apart.
-constexpr double kExactFrom = 33554432;  // 2^25
 constexpr std::int64_t kExactTag = std::int64_t{1} << 40;
 
 std::int64_t ToInteger(double value) { return value > -1e15 && value < 1e15 ? static_cast<std::int64_t>(value) : 0; }
@@ -51,7 +49,8 @@ void CellGrid::Reset(const CellRule& rule, double tolerance, std::size_t expecte
     tolerance_ = tolerance > 1e-30 ? tolerance : 1e-30;
     distinctUpTo_ = tolerance_;
     perUnit_ = 1 / (kBucketWidth * tolerance_);
-    exactFrom_ = static_cast<float>(std::min(kExactFrom * tolerance_, 1e38));
+    // The least power of two from which on floats lie further apart than the tolerance.
+    exactFrom_ = static_cast<float>(std::min(std::ldexp(1.0, std::ilogb(std::min(tolerance_, 1e30)) + 24), 1e38));
     cellsInKey_ = kBucketWidth * tolerance_ * std::max(rule.scaleX, rule.scaleY) > 0.05;
     count_ = 0;
     entered_ = 0;

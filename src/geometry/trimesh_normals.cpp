@@ -117,8 +117,7 @@ void CTriMesh::ClassifyAll(const std::vector<Vec3>& facets, std::vector<std::uin
             const std::uint8_t here = TriMeshTriangle::SmoothBit(k), there = TriMeshTriangle::SmoothBit(m);
             t.flags = static_cast<std::uint8_t>(smooth ? t.flags | here : t.flags & ~here);
             u.flags = static_cast<std::uint8_t>(smooth ? u.flags | there : u.flags & ~there);
-            // Where a shell could not be oriented the two run the edge in the same direction: no strip goes there.
-            if (stripEdges && onStrip && RunsAgainst(i, j, k)) {
+            if (stripEdges && onStrip) {
                 (*stripEdges)[i] |= here;
                 (*stripEdges)[j] |= there;
             }

@@ -123,14 +123,15 @@ void CTriMesh::DrawMode(const CMatrix& matrix, int pass) {
 }
 
 void CTriMesh::SetMaterials() const {
+    if (gTold.materials != this) {
+        gTold.materials = this;
+        glMaterialfv(GL_FRONT, GL_DIFFUSE, Shaded(externalColor, kDiffuseShare, alpha).value);
+        glMaterialfv(GL_BACK, GL_DIFFUSE, Shaded(internalColor, kDiffuseShare, alpha).value);
+        glMaterialfv(GL_FRONT, GL_AMBIENT, Shaded(externalColor, kAmbientShare, alpha).value);
+        glMaterialfv(GL_BACK, GL_AMBIENT, Shaded(internalColor, kAmbientShare, alpha).value);
+        SetSpecular(alpha, kShininess);
+    }
     glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
-    if (gTold.materials == this) return;
-    gTold.materials = this;
-    glMaterialfv(GL_FRONT, GL_DIFFUSE, Shaded(externalColor, kDiffuseShare, alpha).value);
-    glMaterialfv(GL_BACK, GL_DIFFUSE, Shaded(internalColor, kDiffuseShare, alpha).value);
-    glMaterialfv(GL_FRONT, GL_AMBIENT, Shaded(externalColor, kAmbientShare, alpha).value);
-    glMaterialfv(GL_BACK, GL_AMBIENT, Shaded(internalColor, kAmbientShare, alpha).value);
-    SetSpecular(alpha, kShininess);
 }
 
 // The section plane stands in the world; what OpenGL is told is in the mesh's own frame.

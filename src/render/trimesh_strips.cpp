@@ -32,14 +32,6 @@ struct StripCorner {
     int corner;
 };
 
-// A triangle as a walk sees it: all in one cache line, as walks leap through the mesh.
-struct StripLink {
-    TriangleIndex neighbour[3];
-    std::uint32_t seen = 0;   // number of the last walk that met the triangle
-    std::uint8_t smooth = 0;  // bits of the edges that a strip may cross
-    bool used = false;        // in a strip
-};
-
 // What the strip arrays are filled from.
 struct StripVertex {
     std::uint32_t normal, vertex;
@@ -49,12 +41,7 @@ class StripBuilder {
 public:
     StripBuilder(std::vector<TriMeshTriangle>& triangles, const std::vector<Vec3>& facets,
                  const std::vector<std::uint8_t>& smooth)
-        : triangles_(triangles), facets_(facets) {
-        links_.reserve(triangles.size());
-        for (std::size_t i = 0; i < triangles.size(); ++i) {
-            const TriangleIndex* n = triangles[i].neighbour;
-            links_.push_back({{n[0], n[1], n[2]}, 0, smooth[i], false});
-        }
+        : triangles_(triangles), facets_(facets), smooth_(smooth), seen_(triangles.size(), 0) {
         vertices_.reserve(triangles.size() + triangles.size() / 4);
     }
     void Build();
@@ -75,7 +62,8 @@ private:
 
     std::vector<TriMeshTriangle>& triangles_;
     const std::vector<Vec3>& facets_;
-    std::vector<StripLink> links_;
+    const std::vector<std::uint8_t>& smooth_;
+    std::vector<std::uint32_t> seen_;  // number of the last walk that met the triangle
     std::uint32_t walk_ = 0;
     Line best_, other_, behind_;
     int lastExit_ = 0;
@@ -86,17 +74,20 @@ private:
 };
 
 TriangleIndex StripBuilder::Across(TriangleIndex t, int edge, int& entry) const {
-    const StripLink& from = links_[t];
-    if ((from.smooth & TriMeshTriangle::SmoothBit(edge)) == 0) return kNoTriangle;
+    const TriMeshTriangle& from = triangles_[t];
     const TriangleIndex next = from.neighbour[edge];
-    const StripLink& to = links_[next];
-    if (to.used) return kNoTriangle;
-    entry = to.neighbour[0] == t ? 0 : to.neighbour[1] == t ? 1 : 2;
-    return next;
+    if (next == kNoTriangle || (smooth_[t] & TriMeshTriangle::SmoothBit(edge)) == 0) return kNoTriangle;
+    const TriMeshTriangle& to = triangles_[next];
+    if (to.flags & TriMeshTriangle::kVisited) return kNoTriangle;
+    entry = to.EdgeTo(t);
+    // Where a shell could not be oriented the two run the edge in the same direction.
+    const bool opposed = entry >= 0 && to.vertex[entry] == from.vertex[NextCorner(edge)] &&
+                         to.vertex[NextCorner(entry)] == from.vertex[edge];
+    return opposed ? next : kNoTriangle;
 }
 
 bool StripBuilder::IsFirstStep(Place at) const {
-    return firstStep_.IsAbove(Dot(facets_[at.triangle], facets_[links_[at.triangle].neighbour[at.exit]]));
+    return firstStep_.IsAbove(Dot(facets_[at.triangle], facets_[triangles_[at.triangle].neighbour[at.exit]]));
 }
 
 // Adds the corners behind the place, an even triangle of the strip, so that the next is an odd one.
@@ -104,8 +95,8 @@ void StripBuilder::Forward(Place at, Line& line) {
     int entry = 0;
     for (bool odd = true;; odd = !odd) {
         const TriangleIndex next = Across(at.triangle, at.exit, entry);
-        if (next == kNoTriangle || links_[next].seen == walk_) return;
-        links_[next].seen = walk_;
+        if (next == kNoTriangle || seen_[next] == walk_) return;
+        seen_[next] = walk_;
         line.push_back({next, PreviousCorner(entry)});
         at = {next, odd ? PreviousCorner(entry) : NextCorner(entry)};
     }
@@ -121,8 +112,8 @@ void StripBuilder::Backward(Place at, Line& line) {
     behind_.push_back({at.triangle, PreviousCorner(entry)});
     for (bool odd = true;; odd = !odd) {
         const TriangleIndex before = Across(at.triangle, entry, exit);
-        if (before == kNoTriangle || links_[before].seen == walk_) break;
-        links_[before].seen = walk_;
+        if (before == kNoTriangle || seen_[before] == walk_) break;
+        seen_[before] = walk_;
         at = {before, exit};
         entry = odd ? NextCorner(exit) : PreviousCorner(exit);
         if (!odd && IsFirstStep(at)) {
@@ -138,7 +129,7 @@ void StripBuilder::Backward(Place at, Line& line) {
 
 void StripBuilder::Follow(Place from, Line& line) {
     line.clear();
-    links_[from.triangle].seen = ++walk_;
+    seen_[from.triangle] = ++walk_;
     Backward(from, line);
     Forward(from, line);
 }
@@ -167,21 +158,23 @@ void StripBuilder::FindLongestLine(TriangleIndex t) {
 
 void StripBuilder::Emit(const Line& line) {
     for (const StripCorner& at : line) {
-        links_[at.triangle].used = true;
-        const TriMeshTriangle& t = triangles_[at.triangle];
+        TriMeshTriangle& t = triangles_[at.triangle];
+        t.flags |= TriMeshTriangle::kVisited;
         vertices_.push_back({t.normal[at.corner], t.vertex[at.corner]});
     }
     lengths_.push_back(static_cast<int>(line.size()));
 }
 
 void StripBuilder::Build() {
-    for (TriangleIndex t = 0; t < links_.size(); ++t) {
-        if (links_[t].used) continue;
+    constexpr auto kMarks = static_cast<std::uint8_t>(~(TriMeshTriangle::kVisited | TriMeshTriangle::kLinked));
+    for (TriMeshTriangle& t : triangles_) t.flags &= kMarks;
+    for (TriangleIndex t = 0; t < triangles_.size(); ++t) {
+        if (triangles_[t].flags & TriMeshTriangle::kVisited) continue;
         FindLongestLine(t);
         Emit(best_);
     }
     lengths_.push_back(-1);
-    for (TriMeshTriangle& t : triangles_) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::kLinked);
+    for (TriMeshTriangle& t : triangles_) t.flags &= kMarks;
 }
 
 }  // namespace
