@@ -121,6 +121,18 @@ TEST_F(RenderTest, TakesTheCameraColourAndOpacityAskedFor) {
     EXPECT_EQ(Covered(gone), 0);
 }
 
+TEST_F(RenderTest, LightsMirroredPartsLikeTheOthers) {
+    const nlohmann::json nodes = {{{"children", {1, 2}}},
+                                  {{"mesh", 0}, {"translation", {0.1, 0, 0}}},
+                                  {{"mesh", 0}, {"translation", {-0.1, 0, 0}}, {"scale", {-1, 1, 1}}}};
+    const std::string pair = Write("pair.glb", TriangleGlb({{"nodes", nodes}}));
+    const Image image = Render({pair, "--size", "100x60", "--view", "front", "--parallel"});
+    const Pixel plain = At(image, 60, 20);
+    const Pixel mirrored = At(image, 39, 20);
+    EXPECT_GT(plain[0], 100);
+    EXPECT_LE(Difference(plain, mirrored), 2);
+}
+
 TEST_F(RenderTest, DrawsTheSameInImmediateMode) {
     const std::string gearbox = Gearbox();
     const Image arrays = Render({gearbox, "--size", "200x150"}, "arrays.png");

@@ -11,9 +11,7 @@ namespace {
 
 using namespace std::string_literals;
 
-BSTR Make(const std::u16string& text) {
-    return SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-}
+BSTR Make(const std::u16string& text) { return SysAllocStringLen(text.data(), static_cast<UINT>(text.size())); }
 
 // The length as a reader of the raw layout finds it.
 std::uint32_t StoredLength(BSTR text) {
