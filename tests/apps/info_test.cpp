@@ -65,18 +65,6 @@ TEST_F(InfoTest, TellsTheGearboxWhole) {
     EXPECT_NEAR(left.at("max")[2].get<double>() + right.at("min")[2].get<double>(), -0.04, 1e-6);
 }
 
-TEST_F(InfoTest, PrintsTheSameAsText) {
-    const std::string gearbox = Gearbox();
-    const json totals = Info(gearbox).at("totals");
-    const Outcome told = Tessera({"info", gearbox});
-    EXPECT_EQ(told.status, 0);
-    for (const char* key : {"assemblies", "instances", "parts", "trianglesStored", "trianglesPlaced"}) {
-        EXPECT_NE(told.out.find(totals.at(key).dump()), std::string::npos) << key;
-    }
-    EXPECT_NE(told.out.find("right rail (mirrored)"), std::string::npos);
-    EXPECT_EQ(told.err, "");
-}
-
 TEST_F(InfoTest, TakesNamesAsUtf8AndTellsSiblingsApart) {
     const std::string name =
         "Zahnr\xC3\xA4"

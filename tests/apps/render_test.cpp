@@ -133,13 +133,6 @@ TEST_F(RenderTest, LightsMirroredPartsLikeTheOthers) {
     EXPECT_LE(Difference(plain, mirrored), 2);
 }
 
-TEST_F(RenderTest, DrawsTheSameInImmediateMode) {
-    const std::string gearbox = Gearbox();
-    const Image arrays = Render({gearbox, "--size", "200x150"}, "arrays.png");
-    const Image immediate = Render({gearbox, "--size", "200x150", "--immediate"}, "immediate.png");
-    EXPECT_EQ(arrays.rgba, immediate.rgba);
-}
-
 TEST_F(RenderTest, DrawsOpenEdgesAndVerticesOverTheSurface) {
     const std::string sheet = Write("sheet.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3\nf 1 3 4\n");
     const auto reddish = [&](const std::vector<std::string>& more) {
@@ -157,20 +150,6 @@ TEST_F(RenderTest, DrawsOpenEdgesAndVerticesOverTheSurface) {
     EXPECT_NEAR(reddish({"--option", "vertices"}), 4 * 4, 8);
 }
 
-TEST_F(RenderTest, BlendsEdgesAndPaintsTheGroundAsAGradient) {
-    const std::string triangle = Write("t.obj", "v 0 0 0\nv 1 0 0\nv 0.3 1 0\nf 1 2 3\n");
-    const Image image =
-        Render({triangle, "--size", "120x90", "--view", "top", "--color", "1,1,1", "--background", "0,0,0.2:0,0,0.9"});
-    EXPECT_NEAR(At(image, 3, 89)[2], 51, 4);
-    EXPECT_NEAR(At(image, 3, 0)[2], 230, 4);
-    EXPECT_NEAR(At(image, 3, 45)[2], 140, 6);
-    int between = 0;
-    const int white = At(image, 55, 30)[0];
-    for (int x = 0; x < 120; ++x) between += At(image, x, 30)[0] > 20 && At(image, x, 30)[0] < white - 20 ? 1 : 0;
-    EXPECT_GE(between, 2);  // each slanted side crosses the row with a shaded pixel
-    for (std::size_t i = 3; i < image.rgba.size(); i += 4) ASSERT_EQ(image.rgba[i], 255);
-}
-
 TEST_F(RenderTest, PutsSeveralModelsIntoOnePicture) {
     const std::string left = Write("left.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n");
     const std::string right = Write("right.obj", "v 3 0 0\nv 4 0 0\nv 4 1 0\nv 3 1 0\nf 1 2 3 4\n");
@@ -180,19 +159,6 @@ TEST_F(RenderTest, PutsSeveralModelsIntoOnePicture) {
     EXPECT_NE(At(image, 30, 25), kMagenta);
     EXPECT_EQ(At(image, 100, 25), kMagenta);
     EXPECT_NE(At(image, 170, 25), kMagenta);
-}
-
-TEST_F(RenderTest, SaysWhatItIsAskedToSay) {
-    const std::string model = Write("m.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nl 1 2\nf 1 2 3\n");
-    const std::vector<std::string> command = {"render", model, "-o", Path("m.png"), "--size", "20x20"};
-    const auto with = [&](const char* option) {
-        std::vector<std::string> arguments = command;
-        arguments.emplace_back(option);
-        return Tessera(arguments).err;
-    };
-    EXPECT_EQ(with("--quiet"), "");
-    EXPECT_NE(with("--verbose").find("OpenGL"), std::string::npos);
-    EXPECT_NE(Tessera(command).err.find("1 line segments and 0 points not shown"), std::string::npos);
 }
 
 }  // namespace
