@@ -153,6 +153,7 @@ private:
     void Weld();
     void CountIncident();
     bool LinkAll();
+    bool LinkEdge(TriangleIndex t, int edge, const std::vector<std::uint32_t>& later);
     bool LinkTriangles(TriangleIndex a, TriangleIndex b);
     bool RunsAgainst(TriangleIndex a, TriangleIndex b, int edgeOfA) const;
     void OrientAll();

@@ -116,16 +116,27 @@ bool CTriMesh::LinkAll() {
         TriMeshTriangle& t = triangles_[i];
         t.flags |= TriMeshTriangle::kLinked;
         for (const std::uint32_t v : t.vertex) ++later[v];  // all lists are ascending: this triangle stands first
-        // Two triangles with a common edge share one of the first two corners.
-        for (int k = 0; k < 2 && t.LacksNeighbour(); ++k) {
-            const std::uint32_t end = incidentStart_[t.vertex[k] + 1];
-            for (std::uint32_t at = later[t.vertex[k]]; at < end; ++at) {
-                const TriangleIndex other = incident_[at];
-                if (LinkTriangles(i, other)) consistent = consistent && RunsAgainst(i, other, t.EdgeTo(other));
-            }
-        }
+        for (int k = 0; k < 3; ++k)
+            if (t.neighbour[k] == kNoTriangle && !LinkEdge(i, k, later)) consistent = false;
     }
     return consistent;
+}
+
+// Looks for the neighbour in the shorter list of the edge's two ends: a hub may have any number of triangles.
+// Gives false if the neighbour found runs the edge in the same direction.
+bool CTriMesh::LinkEdge(TriangleIndex i, int edge, const std::vector<std::uint32_t>& later) {
+    const TriMeshTriangle& t = triangles_[i];
+    std::uint32_t listed = t.vertex[edge], other = t.vertex[NextCorner(edge)];
+    if (incidentStart_[listed + 1] - later[listed] > incidentStart_[other + 1] - later[other]) std::swap(listed, other);
+    const std::uint32_t end = incidentStart_[listed + 1];
+    for (std::uint32_t at = later[listed]; at < end; ++at) {
+        const TriangleIndex u = incident_[at];
+        if (triangles_[u].CornerAt(other) < 0) continue;
+        // A triangle with the same three corners is joined over the first edge alone.
+        if (edge != 0 && triangles_[u].CornerAt(t.vertex[PreviousCorner(edge)]) >= 0) continue;
+        if (LinkTriangles(i, u)) return RunsAgainst(i, u, t.EdgeTo(u));
+    }
+    return true;
 }
 
 // Joins two triangles over the edge between their first two common corners, if both have it free.
