@@ -15,6 +15,7 @@
 namespace tessera {
 
 extern int g_tdgImportVer;
+struct PickQuery;
 
 // Writes an out argument that a host may have left null.
 template <class T>
@@ -180,6 +181,30 @@ public:
     HRESULT EnableTransparentXSection(int nodeID, LONG status, int* errCode) override;
     HRESULT EnableCrossSectionCapping(int nodeID, LONG status, int* errCode) override;
     HRESULT GetCrossSectionPlane(int nodeID, float* pt, float* normal, int* errCode) override;
+    HRESULT GetCrossSectionLength(int nodeID, float* len, int* errCode) override;
+
+    // query/facade_pick.cpp
+    HRESULT PickPoint(float* pOfView, double* trans2Screen, float xScreen, float yScreen, float diagonal, LONG* picked,
+                      float* pPicked, int* nodePicked, int* errCode) override;
+    HRESULT PickEdge(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
+                     float diagonal, LONG* picked, float* pPicked, int* nodePicked, int* errCode) override;
+    HRESULT PickPartInstance(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
+                             float diagonal, LONG* picked, float* pPicked, int* nodePicked, int* errCode) override;
+    HRESULT PickPartInstance2(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
+                              float diagonal, LONG* picked, float* pPicked, float* normPicked, int* nodePicked,
+                              int* errCode) override;
+    HRESULT IntersectRay(float* pOfView, float* vectView, VARIANT_BOOL* picked, float* pPicked, float* normPicked,
+                         int* nodePicked, int* errCode) override;
+    HRESULT PickCrossSectionPoint(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
+                                  float diagonal, LONG* picked, float* pPicked, int* nodePicked, int* errCode) override;
+    HRESULT PickCrossSectionEdge(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
+                                 float diagonal, LONG* picked, float* pPicked, int* nodePicked, int* errCode) override;
+    HRESULT PickSegment(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
+                        float diagonal, LONG* picked, float* pPicked, float* pStart, float* pEnd, int* nodePicked,
+                        int* errCode) override;
+    HRESULT PickArc(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen, float diagonal,
+                    LONG* picked, float* pPicked, float* center, float** pointsOfArc, int* nodePicked,
+                    int* errCode) override;
 
     // exchange/facade_normals.cpp
     HRESULT SetTDGImportVer(int tdgImpVer) override;
@@ -211,23 +236,7 @@ public:
     HRESULT EndPolyLine(int partID, int* errCode) override;
     HRESULT GetVolume(int nodeID, double* volume, int* errCode) override;
     HRESULT GetSurfaceArea(int nodeID, double* area, int* errCode) override;
-    HRESULT PickPoint(float* pOfView, double* trans2Screen, float xScreen, float yScreen, float diagonal, LONG* picked,
-                      float* pPicked, int* nodePicked, int* errCode) override;
     HRESULT SetLineStipple(int partID, int code, int* errCode) override;
-    HRESULT PickEdge(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
-                     float diagonal, LONG* picked, float* pPicked, int* nodePicked, int* errCode) override;
-    HRESULT PickPartInstance(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
-                             float diagonal, LONG* picked, float* pPicked, int* nodePicked, int* errCode) override;
-    HRESULT PickCrossSectionPoint(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
-                                  float diagonal, LONG* picked, float* pPicked, int* nodePicked, int* errCode) override;
-    HRESULT PickCrossSectionEdge(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
-                                 float diagonal, LONG* picked, float* pPicked, int* nodePicked, int* errCode) override;
-    HRESULT PickSegment(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
-                        float diagonal, LONG* picked, float* pPicked, float* pStart, float* pEnd, int* nodePicked,
-                        int* errCode) override;
-    HRESULT PickArc(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen, float diagonal,
-                    LONG* picked, float* pPicked, float* center, float** pointsOfArc, int* nodePicked,
-                    int* errCode) override;
     HRESULT DrawClipPlane(int nodeID, float* ptOfPlane, float* vectOfPlane, int* errCode) override;
     HRESULT DrawLOD(int nodeID, int mode, float acc, int* errCode) override;
     HRESULT ComputeLODs(int nodeID, int numOfLods, float angle, float initAngle, float stepAngle, float minPctg,
@@ -238,7 +247,6 @@ public:
     HRESULT AddPointSetPoint(int partID, float* point, int* errCode) override;
     HRESULT EndPointSet(int partID, int* errCode) override;
     HRESULT SetPointSetColor(int partID, float red, float green, float blue, int* errCode) override;
-    HRESULT GetCrossSectionLength(int nodeID, float* len, int* errCode) override;
     HRESULT GetCenterOfMass(int nodeID, float* centerX, float* centerY, float* centerZ, int* errCode) override;
     HRESULT GetProjectedSurfaceXY(int nodeID, float* surface, int* errCode) override;
     HRESULT WriteVRML_2(BSTR fname) override;
@@ -250,11 +258,6 @@ public:
     HRESULT SetPolyLineStipple(int partID, int stipType, int* errCode) override;
     HRESULT SetDecimator(IUnknown* decimator) override;
     HRESULT ScanGraphicData(int nodeID, int mode, IUnknown* graphicDataPtr, int* errCode) override;
-    HRESULT PickPartInstance2(float* pOfView, float* vectView, double* trans2Screen, float xScreen, float yScreen,
-                              float diagonal, LONG* picked, float* pPicked, float* normPicked, int* nodePicked,
-                              int* errCode) override;
-    HRESULT IntersectRay(float* pOfView, float* vectView, VARIANT_BOOL* picked, float* pPicked, float* normPicked,
-                         int* nodePicked, int* errCode) override;
     HRESULT ClearTextures(int* errCode) override;
     HRESULT ExportU3D(BSTR fname, float* pViews, ULONG numViews, VARIANT_BOOL useCompression) override;
 
@@ -275,6 +278,15 @@ private:
     void ForgetSpoolFiles() { spoolFiles.clear(); }
     void ClearTree();
     void DeleteDropped();
+    // query/facade_pick.cpp
+    bool Pick(PickKind kind, const PickView& view, PickHit& hit);
+    // Keeps what fails inside a surface pick from the host: false then.
+    bool __PickTriangle(const PickView& view, PickHit& hit) noexcept;  // NOLINT(bugprone-reserved-identifier)
+    // False for an argument that is missing.
+    bool PickAndGive(PickKind kind, const PickQuery& query, LONG* picked, float* pPicked, int* nodePicked,
+                     PickHit& hit);
+    HRESULT PickSurface(const PickQuery& query, LONG* picked, float* pPicked, float* normPicked, int* nodePicked,
+                        int* errCode, const char* failure);
     HRESULT GiveBox(int nodeID, const CMatrix& reference, float* minPoint, float* maxPoint, int* errCode);
 
     std::atomic<ULONG> references_{1};

@@ -16,32 +16,7 @@ HRESULT CTessera::AddPolyLinePoint(int, float*, int* errCode) { return Unavailab
 HRESULT CTessera::EndPolyLine(int, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::GetVolume(int, double*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::GetSurfaceArea(int, double*, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::PickPoint(float*, double*, float, float, float, LONG*, float*, int*, int* errCode) {
-    return Unavailable(errCode);
-}
 HRESULT CTessera::SetLineStipple(int, int, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::PickEdge(float*, float*, double*, float, float, float, LONG*, float*, int*, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::PickPartInstance(float*, float*, double*, float, float, float, LONG*, float*, int*, int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::PickCrossSectionPoint(float*, float*, double*, float, float, float, LONG*, float*, int*,
-                                        int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::PickCrossSectionEdge(float*, float*, double*, float, float, float, LONG*, float*, int*,
-                                       int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::PickSegment(float*, float*, double*, float, float, float, LONG*, float*, float*, float*, int*,
-                              int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::PickArc(float*, float*, double*, float, float, float, LONG*, float*, float*, float**, int*,
-                          int* errCode) {
-    return Unavailable(errCode);
-}
 HRESULT CTessera::DrawClipPlane(int, float*, float*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::DrawLOD(int, int, float, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::ComputeLODs(int, int, float, float, float, float, float, int* errCode) {
@@ -53,7 +28,6 @@ HRESULT CTessera::BeginPointSet(int, int* errCode) { return Unavailable(errCode)
 HRESULT CTessera::AddPointSetPoint(int, float*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::EndPointSet(int, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::SetPointSetColor(int, float, float, float, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::GetCrossSectionLength(int, float*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::GetCenterOfMass(int, float*, float*, float*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::GetProjectedSurfaceXY(int, float*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::WriteVRML_2(BSTR) { return Unavailable(); }
@@ -65,13 +39,6 @@ HRESULT CTessera::DrawLODExplode(int, int, float, int* errCode) { return Unavail
 HRESULT CTessera::SetPolyLineStipple(int, int, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::SetDecimator(IUnknown*) { return Unavailable(); }
 HRESULT CTessera::ScanGraphicData(int, int, IUnknown*, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::PickPartInstance2(float*, float*, double*, float, float, float, LONG*, float*, float*, int*,
-                                    int* errCode) {
-    return Unavailable(errCode);
-}
-HRESULT CTessera::IntersectRay(float*, float*, VARIANT_BOOL*, float*, float*, int*, int* errCode) {
-    return Unavailable(errCode);
-}
 HRESULT CTessera::ClearTextures(int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::ExportU3D(BSTR, float*, ULONG, VARIANT_BOOL) { return Unavailable(); }
 

@@ -8,10 +8,13 @@
 
 #include "component/bbox.h"
 #include "component/matrix.h"
+#include "geometry/plane.h"
 
 namespace tessera {
 
 class CTriMesh;
+struct PickHit;
+struct PickView;
 class SpoolFile;
 
 // An RGB colour, channels from 0 to 1.
@@ -79,6 +82,26 @@ public:
     // The two surface colours never get darker than 0.2 a channel, so that lit surfaces keep their shape.
     void SetElementExternalColor(const Color& color);
     void SetElementInternalColor(const Color& color);
+
+    // The eight picks; docs in query/pick_frame.h. matrix leads from the element's frame to the world. True for a
+    // hit, whose place stands in hit; after a miss hit may hold anything.
+    virtual bool PickPoint(const PickView&, const CMatrix& /*matrix*/, PickHit&) { return false; }
+    virtual bool PickEdge(const PickView&, const CMatrix&, PickHit&) { return false; }
+    // box bounds the element in the world, where the kind of element has a use for it.
+    virtual bool IntersectLine(const PickView&, const CMatrix&, const BBox& /*box*/, PickHit&) { return false; }
+    virtual bool IntersectRay(const PickView&, const CMatrix&, const BBox& /*box*/, PickHit&) { return false; }
+    virtual bool PickCrossSectionPoint(const PickView&, const CMatrix&, PickHit&) { return false; }
+    virtual bool PickCrossSectionEdge(const PickView&, const CMatrix&, PickHit&) { return false; }
+    virtual bool PickSegment(const PickView&, const CMatrix&, PickHit&) { return false; }
+    virtual bool PickArc(const PickView&, const CMatrix&, PickHit&) { return false; }
+    // Length of the line in which the section plane cuts the element, in units of its own frame.
+    virtual float GetSectionLength(const CMatrix& /*matrix*/) { return 0; }
+
+    // Whether the section plane cuts away what lies on its negative side.
+    bool IsClipping() const { return sectionEnabled != 0 && planeClipOn != 0; }
+    // The section plane in the world and in the element's frame.
+    Plane ClipPlane() const { return PlaneThrough(clipPoint, clipNormal); }
+    Plane ClipPlaneIn(const CMatrix& matrix) const { return LocalPlaneThrough(clipPoint, clipNormal, matrix); }
 
     const BBox& Bounds() const { return bounds_; }
     float ThresholdAngle() const { return thresholdAngle_; }

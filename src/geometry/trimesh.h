@@ -49,12 +49,6 @@ struct TriMeshTriangle {
     }
 };
 
-// The points p with normal * p + distance = 0, in a mesh's own frame.
-struct LocalPlane {
-    Vec3 normal;  // unit length
-    double distance;
-};
-
 class CTriMesh final : public CElement {
 public:
     // Holds the shared side of the mesh's lock: keeps the memory watcher off, and reloads spooled data.
@@ -195,7 +189,6 @@ private:
     void DrawThinnedPoints();
     void SetMaterials() const;
     void SetClipPlane(const CMatrix& matrix) const;
-    LocalPlane SectionPlane(const CMatrix& matrix) const;
 
     // render/trimesh_lines.cpp
     enum class EdgeKind { None, Open, Hard, Silhouette };

@@ -59,4 +59,11 @@ HRESULT CTessera::GetCrossSectionPlane(int nodeID, float* pt, float* normal, int
     return STATUS_OK;
 }
 
+HRESULT CTessera::GetCrossSectionLength(int nodeID, float* len, int* errCode) {
+    CNode* const node = NodeOf(nodeID, errCode);
+    if (!node) return STATUS_FAIL;
+    Give(len, node->GetCrossSectionLength(CMatrix()));
+    return STATUS_OK;
+}
+
 }  // namespace tessera

@@ -136,15 +136,10 @@ void CTriMesh::SetMaterials() const {
 
 // The section plane stands in the world; what OpenGL is told is in the mesh's own frame.
 void CTriMesh::SetClipPlane(const CMatrix& matrix) const {
-    const LocalPlane plane = SectionPlane(matrix);
+    const Plane plane = ClipPlaneIn(matrix);
     const GLdouble equation[4] = {plane.normal.x, plane.normal.y, plane.normal.z, plane.distance};
     glEnable(GL_CLIP_PLANE0);
     glClipPlane(GL_CLIP_PLANE0, equation);
-}
-
-LocalPlane CTriMesh::SectionPlane(const CMatrix& matrix) const {
-    const Vec3 normal = Normalized(TransformByInverse(clipNormal, matrix));
-    return {normal, -Dot(normal, TransformPointByInverse(clipPoint, matrix))};
 }
 
 void CTriMesh::DrawFlat() {

@@ -173,11 +173,11 @@ void CTriMesh::DrawSectionLines(const CMatrix& matrix) {
 
 // Two points for each triangle that the plane crosses; a corner in the plane counts as above it.
 void CTriMesh::EmitSection(const CMatrix& matrix, float lift) {
-    const LocalPlane plane = SectionPlane(matrix);
+    const Plane plane = ClipPlaneIn(matrix);
     const Vec3 shift = plane.normal * -lift;
     for (const TriMeshTriangle& t : triangles_) {
         double value[3];
-        for (int k = 0; k < 3; ++k) value[k] = Dot(plane.normal, Corner(t, k)) + plane.distance;
+        for (int k = 0; k < 3; ++k) value[k] = plane.At(Corner(t, k));
         const bool above[3] = {value[0] >= 0, value[1] >= 0, value[2] >= 0};
         if (above[0] == above[1] && above[1] == above[2]) continue;
         for (int k = 0; k < 3; ++k) {

@@ -86,6 +86,8 @@ public:
 
     int GetNumberOfPartInstance() override;
     BBox GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompute, const CMatrix& reference) override;
+    bool Pick(PickKind kind, const PickView& view, const CMatrix& M, const CMatrix& E, PickHit& hit) override;
+    float GetCrossSectionLength(const CMatrix& M) override;
 
 private:
     void Unlink(std::list<CNode*>::iterator child);

@@ -15,6 +15,9 @@ class CAssembly;
 class CPart;
 class SpoolFile;
 struct Color;
+struct PickHit;
+struct PickView;
+enum class PickKind : int;
 
 // The settings of a node, with their values in a new one.
 struct NodeState {
@@ -122,6 +125,10 @@ public:
                              const CMatrix& /*reference*/) {
         return BBox();
     }
+    // query/node_pick.cpp: true if something was hit; hit is its place then, and else may hold anything.
+    virtual bool Pick(PickKind, const PickView&, const CMatrix& /*M*/, const CMatrix& /*E*/, PickHit&) { return false; }
+    // query/node_sections.cpp: length of the section lines, without explode transforms, each in its part's units.
+    virtual float GetCrossSectionLength(const CMatrix& /*M*/) { return 0; }
 
 protected:
     String name_;

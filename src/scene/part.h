@@ -12,6 +12,9 @@ namespace tessera {
 
 class CTriMesh;
 class TriNormalTable;
+struct PickHit;
+struct PickView;
+enum class PickKind : int;
 
 // The colours that a part has, by the index under which they are pushed to the elements.
 enum ColorIndex { ExternalColor = 0, InternalColor = 1, EdgeColor = 2, BorderColor = 3, BackgroundColor = 4 };
@@ -89,6 +92,10 @@ public:
     void SwitchCrossSectionPlane(int value);
     BBox GetBoundBox(const CMatrix& matrix, bool recompute, const CMatrix& reference);
     void SpoolToFile(const std::shared_ptr<SpoolFile>& file);
+
+    // query/part_pick.cpp
+    bool Pick(PickKind kind, const PickView& view, const CMatrix& matrix, PickHit& hit);
+    float GetSectionLength(const CMatrix& matrix);
 
     // render/part_draw.cpp
     void DrawPart(const CMatrix& matrix, int kind, int pass, int flip);

@@ -64,10 +64,4 @@ BBox CPartInstance::GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompu
     return boundBox;
 }
 
-BBox CPartInstance::GetOwnBoundBox(const CMatrix& M, bool recompute) {
-    if (!part_ || drawingEnabled == 0) return BBox();
-    boundBox = part_->GetBoundBox(M, recompute, CMatrix());
-    return boundBox;
-}
-
 }  // namespace tessera

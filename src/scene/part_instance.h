@@ -73,8 +73,8 @@ public:
 
     int GetNumberOfPartInstance() override { return 1; }
     BBox GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompute, const CMatrix& reference) override;
-    // The part's box under M alone: no own matrix, no cache.
-    BBox GetOwnBoundBox(const CMatrix& M, bool recompute);
+    bool Pick(PickKind kind, const PickView& view, const CMatrix& M, const CMatrix& E, PickHit& hit) override;
+    float GetCrossSectionLength(const CMatrix& M) override;
 
 private:
     // Own transform, and for an exploded node the explode transform, with those of the ancestors.
