@@ -80,7 +80,20 @@ CPart* CTessera::PartOf(int id, int* errCode) {
 
 CPart* CTessera::MeshOpenIn(int id, int* errCode) {
     CPart* const part = PartOf(id, errCode);
-    if (!part || part->OpenMesh()) return part;
+    return !part || part->OpenMesh() ? part : NothingOpen(errCode);
+}
+
+CPart* CTessera::PolyLineOpenIn(int id, int* errCode) {
+    CPart* const part = PartOf(id, errCode);
+    return !part || part->OpenPolyLine() ? part : NothingOpen(errCode);
+}
+
+CPart* CTessera::PointSetOpenIn(int id, int* errCode) {
+    CPart* const part = PartOf(id, errCode);
+    return !part || part->OpenPointSet() ? part : NothingOpen(errCode);
+}
+
+CPart* CTessera::NothingOpen(int* errCode) {
     Give(errCode, static_cast<int>(ErrState));
     return nullptr;
 }

@@ -158,6 +158,16 @@ public:
                              double* NormalsCoordinates, ULONG numNormals, ULONG* TriangleNormalsIndexes,
                              double* ColorsValues, ULONG numColors, ULONG* TriangleColorsIndexes, ULONG NumTriangles,
                              VARIANT_BOOL hasNormals, int* errCode) override;
+    HRESULT BeginPolyLine(int partID, int* errCode) override;
+    HRESULT AddPolyLinePoint(int partID, float* point, int* errCode) override;
+    HRESULT EndPolyLine(int partID, int* errCode) override;
+    HRESULT SetLineStipple(int partID, int code, int* errCode) override;
+    HRESULT SetPolyLineStipple(int partID, int stipType, int* errCode) override;
+    HRESULT SetPolyLineColor(int partID, float red, float green, float blue, int* errCode) override;
+    HRESULT BeginPointSet(int partID, int* errCode) override;
+    HRESULT AddPointSetPoint(int partID, float* point, int* errCode) override;
+    HRESULT EndPointSet(int partID, int* errCode) override;
+    HRESULT SetPointSetColor(int partID, float red, float green, float blue, int* errCode) override;
 
     // render/facade_draw.cpp
     HRESULT Draw(int nodeID, int mode, int* errCode) override;
@@ -231,22 +241,13 @@ public:
     HRESULT EnableNoteCrossSection(int noteID, LONG status, int* errCode) override;
 
     // component/unavailable.cpp
-    HRESULT BeginPolyLine(int partID, int* errCode) override;
-    HRESULT AddPolyLinePoint(int partID, float* point, int* errCode) override;
-    HRESULT EndPolyLine(int partID, int* errCode) override;
     HRESULT GetVolume(int nodeID, double* volume, int* errCode) override;
     HRESULT GetSurfaceArea(int nodeID, double* area, int* errCode) override;
-    HRESULT SetLineStipple(int partID, int code, int* errCode) override;
     HRESULT DrawClipPlane(int nodeID, float* ptOfPlane, float* vectOfPlane, int* errCode) override;
     HRESULT DrawLOD(int nodeID, int mode, float acc, int* errCode) override;
     HRESULT ComputeLODs(int nodeID, int numOfLods, float angle, float initAngle, float stepAngle, float minPctg,
                         float maxPtcg, int* errCode) override;
     HRESULT WriteVRML(BSTR fname) override;
-    HRESULT SetPolyLineColor(int partID, float red, float green, float blue, int* errCode) override;
-    HRESULT BeginPointSet(int partID, int* errCode) override;
-    HRESULT AddPointSetPoint(int partID, float* point, int* errCode) override;
-    HRESULT EndPointSet(int partID, int* errCode) override;
-    HRESULT SetPointSetColor(int partID, float red, float green, float blue, int* errCode) override;
     HRESULT GetCenterOfMass(int nodeID, float* centerX, float* centerY, float* centerZ, int* errCode) override;
     HRESULT GetProjectedSurfaceXY(int nodeID, float* surface, int* errCode) override;
     HRESULT WriteVRML_2(BSTR fname) override;
@@ -255,7 +256,6 @@ public:
     HRESULT Import3DGPartElements(int partID, unsigned char** dataStream, int* errCode) override;
     HRESULT SetUseDisplayAcc(int nodeID, LONG accStatus, int* errCode) override;
     HRESULT DrawLODExplode(int nodeID, int mode, float acc, int* errCode) override;
-    HRESULT SetPolyLineStipple(int partID, int stipType, int* errCode) override;
     HRESULT SetDecimator(IUnknown* decimator) override;
     HRESULT ScanGraphicData(int nodeID, int mode, IUnknown* graphicDataPtr, int* errCode) override;
     HRESULT ClearTextures(int* errCode) override;
@@ -269,8 +269,11 @@ private:
     CNode* NodeOf(int id, int* errCode);
     CPartInstance* InstanceOf(int id, int* errCode);
     CPart* PartOf(int id, int* errCode);
-    // The part, if its mesh is open; else null and errCode 0 or -1.
+    // The part, if such an element is open in it; else null and errCode 0 or -1.
     CPart* MeshOpenIn(int id, int* errCode);
+    CPart* PolyLineOpenIn(int id, int* errCode);
+    CPart* PointSetOpenIn(int id, int* errCode);
+    static CPart* NothingOpen(int* errCode);
     static HRESULT Refuse(int* errCode, ErrCode code = ErrNotFound);
     // The product of the ancestors' transforms, or explode transforms.
     static CMatrix Above(const CNode* node);

@@ -11,23 +11,14 @@ HRESULT Unavailable(int* errCode = nullptr) {
 
 }  // namespace
 
-HRESULT CTessera::BeginPolyLine(int, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::AddPolyLinePoint(int, float*, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::EndPolyLine(int, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::GetVolume(int, double*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::GetSurfaceArea(int, double*, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::SetLineStipple(int, int, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::DrawClipPlane(int, float*, float*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::DrawLOD(int, int, float, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::ComputeLODs(int, int, float, float, float, float, float, int* errCode) {
     return Unavailable(errCode);
 }
 HRESULT CTessera::WriteVRML(BSTR) { return Unavailable(); }
-HRESULT CTessera::SetPolyLineColor(int, float, float, float, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::BeginPointSet(int, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::AddPointSetPoint(int, float*, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::EndPointSet(int, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::SetPointSetColor(int, float, float, float, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::GetCenterOfMass(int, float*, float*, float*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::GetProjectedSurfaceXY(int, float*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::WriteVRML_2(BSTR) { return Unavailable(); }
@@ -36,7 +27,6 @@ HRESULT CTessera::SaveCrossSection(BSTR, int* errCode) { return Unavailable(errC
 HRESULT CTessera::Import3DGPartElements(int, unsigned char**, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::SetUseDisplayAcc(int, LONG, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::DrawLODExplode(int, int, float, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::SetPolyLineStipple(int, int, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::SetDecimator(IUnknown*) { return Unavailable(); }
 HRESULT CTessera::ScanGraphicData(int, int, IUnknown*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::ClearTextures(int* errCode) { return Unavailable(errCode); }

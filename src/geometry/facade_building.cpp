@@ -1,5 +1,7 @@
-// The interface's methods: building meshes.
+// The interface's methods: building meshes, curves and point sets.
 #include "component/tessera.h"
+#include "geometry/point_set.h"
+#include "geometry/polyline.h"
 #include "geometry/trimesh.h"
 #include "scene/part.h"
 
@@ -85,6 +87,80 @@ HRESULT CTessera::AddTriangles3P3N(int partID, double* VerticesCoordinates, ULON
     const bool given = hasNormals == VARIANT_TRUE && NormalsCoordinates && TriangleNormalsIndexes;
     part->OpenMesh()->AddTriangles3P3N(VerticesCoordinates, numVertices, TriangleVetexIndexes, NormalsCoordinates,
                                        numNormals, TriangleNormalsIndexes, NumTriangles, given);
+    return STATUS_OK;
+}
+
+HRESULT CTessera::BeginPolyLine(int partID, int* errCode) {
+    CPart* const part = PartOf(partID, errCode);
+    if (!part) return STATUS_FAIL;
+    if (part->IsBuilding()) return Refuse(errCode, ErrState);
+    part->BeginPolyLine();
+    return STATUS_OK;
+}
+
+HRESULT CTessera::AddPolyLinePoint(int partID, float* point, int* errCode) {
+    CPart* const part = PolyLineOpenIn(partID, errCode);
+    if (!part) return STATUS_FAIL;
+    if (!point) return Refuse(errCode);
+    part->OpenPolyLine()->AddPoint({point[0], point[1], point[2]});
+    return STATUS_OK;
+}
+
+HRESULT CTessera::EndPolyLine(int partID, int* errCode) {
+    CPart* const part = PolyLineOpenIn(partID, errCode);
+    if (!part) return STATUS_FAIL;
+    part->EndPolyLine();
+    m_root->InvalidateBoundBox();
+    return STATUS_OK;
+}
+
+HRESULT CTessera::SetLineStipple(int partID, int code, int* errCode) {
+    return SetPolyLineStipple(partID, code, errCode);
+}
+
+HRESULT CTessera::SetPolyLineStipple(int partID, int stipType, int* errCode) {
+    CPart* const part = PolyLineOpenIn(partID, errCode);
+    if (!part) return STATUS_FAIL;
+    part->OpenPolyLine()->SetStipple(static_cast<std::uint8_t>(stipType));
+    return STATUS_OK;
+}
+
+HRESULT CTessera::SetPolyLineColor(int partID, float red, float green, float blue, int* errCode) {
+    CPart* const part = PolyLineOpenIn(partID, errCode);
+    if (!part) return STATUS_FAIL;
+    part->SetPolyLineColor({red, green, blue});
+    return STATUS_OK;
+}
+
+HRESULT CTessera::BeginPointSet(int partID, int* errCode) {
+    CPart* const part = PartOf(partID, errCode);
+    if (!part) return STATUS_FAIL;
+    if (part->IsBuilding()) return Refuse(errCode, ErrState);
+    part->BeginPointSet();
+    return STATUS_OK;
+}
+
+HRESULT CTessera::AddPointSetPoint(int partID, float* point, int* errCode) {
+    CPart* const part = PointSetOpenIn(partID, errCode);
+    if (!part) return STATUS_FAIL;
+    if (!point) return Refuse(errCode);
+    part->OpenPointSet()->AddPoint({point[0], point[1], point[2]});
+    return STATUS_OK;
+}
+
+HRESULT CTessera::EndPointSet(int partID, int* errCode) {
+    CPart* const part = PointSetOpenIn(partID, errCode);
+    if (!part) return STATUS_FAIL;
+    part->EndPointSet();
+    m_root->InvalidateBoundBox();
+    return STATUS_OK;
+}
+
+// Unlike its siblings it answers as done where no point set is open.
+HRESULT CTessera::SetPointSetColor(int partID, float red, float green, float blue, int* errCode) {
+    CPart* const part = PartOf(partID, errCode);
+    if (!part) return STATUS_FAIL;
+    part->SetPointSetColor({red, green, blue});
     return STATUS_OK;
 }
 

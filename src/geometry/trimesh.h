@@ -11,6 +11,9 @@
 namespace tessera {
 
 class AngleLimit;
+class CPolyLine;
+struct SectionCut;
+enum class PickKind : int;
 
 using TriangleIndex = std::uint32_t;
 constexpr TriangleIndex kNoTriangle = 0xffffffffu;
@@ -54,7 +57,7 @@ public:
     // Holds the shared side of the mesh's lock: keeps the memory watcher off, and reloads spooled data.
     class ReadLock {
     public:
-        explicit ReadLock(CTriMesh& mesh, int pollMilliseconds = 200) : mesh_(mesh) {
+        explicit ReadLock(CTriMesh& mesh, int pollMilliseconds = kReaderPoll) : mesh_(mesh) {
             mesh.LockShared(pollMilliseconds);
         }
         ~ReadLock() { mesh_.UnlockShared(); }
@@ -112,6 +115,17 @@ public:
     void SpoolOut(const std::shared_ptr<SpoolFile>& file) override;
     void Reload() override;
 
+    // query/trimesh_pick.cpp, trimesh_surface.cpp, trimesh_section.cpp
+    bool PickPoint(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
+    bool PickEdge(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
+    bool IntersectLine(const PickView& view, const CMatrix& matrix, const BBox& box, PickHit& hit) override;
+    bool IntersectRay(const PickView& view, const CMatrix& matrix, const BBox& box, PickHit& hit) override;
+    bool PickCrossSectionPoint(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
+    bool PickCrossSectionEdge(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
+    bool PickSegment(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
+    bool PickArc(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
+    float GetSectionLength(const CMatrix& matrix) override;
+
     // render/trimesh_strips.cpp
     void BuildStrips();
 
@@ -121,10 +135,6 @@ public:
 
     const std::vector<Vec3>& Vertices() const { return vertices_; }
     const std::vector<TriMeshTriangle>& Triangles() const { return triangles_; }
-    const std::vector<float>& StripVertices() const { return stripVertices_; }
-    const std::vector<int>& StripLengths() const { return stripLengths_; }
-
-private:
     struct VertexUse {  // the triangles at a vertex, in order of arrival
         const TriangleIndex* first;
         const TriangleIndex* last;
@@ -134,6 +144,14 @@ private:
     VertexUse Incident(std::uint32_t vertex) const {
         return {incident_.data() + incidentStart_[vertex], incident_.data() + incidentStart_[vertex + 1]};
     }
+    // Whether an edge is one of the solid: hard or open.
+    bool IsSharp(TriangleIndex t, int edge) const {
+        return triangles_[t].neighbour[edge] == kNoTriangle || !triangles_[t].IsSmooth(edge);
+    }
+    const std::vector<float>& StripVertices() const { return stripVertices_; }
+    const std::vector<int>& StripLengths() const { return stripLengths_; }
+
+private:
     const Vec3& Corner(const TriMeshTriangle& t, int k) const { return vertices_[t.vertex[k]]; }
     Vec3 Facet(const TriMeshTriangle& t) const { return FacetNormal(Corner(t, 0), Corner(t, 1), Corner(t, 2)); }
     std::vector<Vec3> Facets() const;  // unit normals of all triangles
@@ -168,7 +186,33 @@ private:
     void MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, std::uint32_t merged,
                    std::vector<TriangleIndex>& moved, bool first);
 
+    // query/trimesh_pick.cpp
+    struct PickedEdge {
+        TriangleIndex triangle = kNoTriangle;
+        int edge = 0;
+        Vec3 point, start, along;  // world frame, clipped
+        double distance = 0;
+        bool Found() const { return triangle != kNoTriangle; }
+    };
+    bool IsSilhouetteEdge(TriangleIndex t, int edge, const CMatrix& matrix) const;
+    bool IsFeatureEdge(TriangleIndex t, int edge, const CMatrix& matrix) const;
+    PickedEdge FindEdge(PickKind kind, const PickView& view, const CMatrix& matrix) const;
+    bool TraceSectionLoop(const PickView& view, const CMatrix& matrix, CPolyLine& curve, int& segment,
+                          Vec3& point) const;
+    bool SectionWins(const PickedEdge& edge, const PickView& view, const CMatrix& matrix, CPolyLine& curve,
+                     int& segment, Vec3& point) const;
+    // query/trimesh_run.cpp, trimesh_arc.cpp: first and last are vertices, points and center in the mesh's frame.
+    bool TraceStraightRun(TriangleIndex t, int edge, std::uint32_t& first, std::uint32_t& last) const;
+    bool TraceArc(TriangleIndex t, int edge, std::vector<Vec3>& points, Vec3& center) const;
+    // query/trimesh_surface.cpp; screen is null for a ray.
+    bool PickTriangles(const PickView& view, const CMatrix& matrix, const CMatrix* screen, float margin, PickHit& hit);
+    Vec3 NormalAt(const TriMeshTriangle& t, const Vec3& p) const;
+    // query/trimesh_section.cpp
+    Vec3 Crossing(std::uint32_t from, std::uint32_t to, const Plane& plane) const;
+    std::vector<SectionCut> CutTriangles(const Plane& plane) const;
+
     // geometry/trimesh_spool.cpp
+    static constexpr int kReaderPoll = 200;  // milliseconds
     void LockShared(int pollMilliseconds);
     void UnlockShared();
     void ReadRecord();

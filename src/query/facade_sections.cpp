@@ -17,7 +17,7 @@ HRESULT CTessera::SetCrossSectionPlane(int nodeID, float* point, float* normal, 
     if (!point || !normal) return Refuse(errCode);
     CNode* const node = NodeOf(nodeID, errCode);
     if (!node) return STATUS_FAIL;
-    node->SetCrossSectionPlane({point[0], point[1], point[2]}, SafeNormal(normal[0], normal[1], normal[2]));
+    node->SetCrossSectionPlane({point[0], point[1], point[2]}, Normalized({normal[0], normal[1], normal[2]}));
     return STATUS_OK;
 }
 

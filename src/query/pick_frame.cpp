@@ -57,10 +57,10 @@ bool TestSegmentOnScreen(const Vec3& a, const Vec3& b, const PickView& view, Vec
         return false;
     } else {  // the foot of the perpendicular from the cursor to y = s x + c
         const double s = static_cast<double>(dy) / dx, c = sa.y - sa.x * s, u = view.x / s + view.y;
-        const float fx = static_cast<float>((u - c) * s / (s * s + 1));
+        const double fx = static_cast<float>((u - c) * s / (s * s + 1));
         const double fy = (s * (u * s) + c) / (s * s + 1);
         t = (fx - sa.x) / dx;
-        distance = std::hypot(view.x - fx, view.y - fy);
+        distance = std::sqrt((view.x - fx) * (view.x - fx) + (view.y - fy) * (view.y - fy));
     }
     if (!(distance < view.tolerance && t >= kFirstParameter && t <= kLastParameter)) return false;
     hit = PointAlong(a, Between(a, b), t);

@@ -59,14 +59,16 @@ private:
     double distance_ = 0;
 };
 
-// The same for the children of a node or the elements of a part, whose distance is held in a float.
+// The same for the children of a node or the elements of a part. The best distance is held in a float there, so that a
+// candidate may be taken for nearer by what rounding has added; but never one that is exactly as far.
 class NearestOfLevel {
 public:
     explicit NearestOfLevel(const Vec3& eye) : eye_(eye) {}
     void Offer(PickHit& hit) {
         const double distance = Length(hit.point - eye_);
-        if (found_ && !(distance < distance_)) return;
+        if (found_ && (distance == exact_ || !(distance < distance_))) return;
         found_ = true;
+        exact_ = distance;
         distance_ = static_cast<float>(distance);
         best_ = std::move(hit);
     }
@@ -79,6 +81,7 @@ public:
 private:
     Vec3 eye_;
     bool found_ = false;
+    double exact_ = 0;
     float distance_ = 0;
     PickHit best_;
 };

@@ -5,6 +5,7 @@
 
 #include "geometry/trimesh.h"
 #include "render/draw_state.h"
+#include "render/element_state.h"
 #include "render/line_colors.h"
 #include "tessera/itessera.h"
 
@@ -50,11 +51,6 @@ public:
 private:
     bool on_;
 };
-
-bool IsInPass(float alpha, int pass) {
-    if (pass == 4) return true;  // the clip plane's overlay shows everything
-    return alpha >= kOpaqueAlpha ? pass != 1 : pass == 1;
-}
 
 }  // namespace
 
@@ -135,12 +131,7 @@ void CTriMesh::SetMaterials() const {
 }
 
 // The section plane stands in the world; what OpenGL is told is in the mesh's own frame.
-void CTriMesh::SetClipPlane(const CMatrix& matrix) const {
-    const Plane plane = ClipPlaneIn(matrix);
-    const GLdouble equation[4] = {plane.normal.x, plane.normal.y, plane.normal.z, plane.distance};
-    glEnable(GL_CLIP_PLANE0);
-    glClipPlane(GL_CLIP_PLANE0, equation);
-}
+void CTriMesh::SetClipPlane(const CMatrix& matrix) const { EnableClipPlane(ClipPlaneIn(matrix)); }
 
 void CTriMesh::DrawFlat() {
     SetMaterials();

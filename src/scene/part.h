@@ -10,6 +10,8 @@
 
 namespace tessera {
 
+class CPointSet;
+class CPolyLine;
 class CTriMesh;
 class TriNormalTable;
 struct PickHit;
@@ -61,18 +63,25 @@ public:
     void Release();
 
     const std::vector<std::unique_ptr<CElement>>& Elements() const { return elements_; }
-    bool IsBuildingMesh() const { return buildingMesh_; }
-    bool IsBuilding() const { return buildingMesh_; }
 
-    // scene/part_building.cpp. At most one element is under construction.
+    // scene/part_building.cpp. At most one element is under construction, and a Begin meanwhile does nothing.
+    bool IsBuilding() const { return building_ != nullptr; }
     void BeginTriMesh();
     void EndTriMesh();
-    // The mesh under construction, null while none is.
-    CTriMesh* OpenMesh() { return building_.get(); }
+    void BeginPolyLine();
+    void EndPolyLine();
+    void BeginPointSet();
+    void EndPointSet();
+    // The element under construction, null while it is none or of another kind.
+    CTriMesh* OpenMesh() { return openMesh_; }
+    CPolyLine* OpenPolyLine() { return openPolyLine_; }
+    CPointSet* OpenPointSet() { return openPointSet_; }
     void SetTriMeshExternalColor(const Color& color);
     void SetTriMeshInternalColor(const Color& color);
     void SetTriMeshEdgeColor(const Color& color);
     void SetTriMeshBorderColor(const Color& color);
+    void SetPolyLineColor(const Color& color);
+    void SetPointSetColor(const Color& color);
 
     // Stored unclamped here; the elements clamp what they take.
     void SetColor(ColorIndex index, const Color& color);
@@ -105,10 +114,14 @@ private:
     Color& ColorOf(ColorIndex index);
     void RefreshShading();
     void RefreshShading(CElement& element) const;
+    void Open(std::unique_ptr<CElement> element);
+    void Close(bool keep);
 
     std::vector<std::unique_ptr<CElement>> elements_;  // in order of completion
-    std::unique_ptr<CTriMesh> building_;
-    bool buildingMesh_ = false;
+    std::unique_ptr<CElement> building_;
+    CTriMesh* openMesh_ = nullptr;  // building_ by its kind, as the two that follow
+    CPolyLine* openPolyLine_ = nullptr;
+    CPointSet* openPointSet_ = nullptr;
     TriNormalTable* triNormals_;
     std::mutex lock_;  // keeps the memory watcher off while elements_ changes
 };
