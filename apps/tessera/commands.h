@@ -2,12 +2,16 @@
 
 #include <string>
 
+#include "pick_options.h"
 #include "render_options.h"
 
 namespace tessera::cli {
 
-// Both throw host::Failure.
+// All throw host::Failure.
 void Render(const RenderOptions& options);
+void Pick(const PickOptions& options);
+// Prints the length of the lines in which the options' plane cuts the models.
+void MeasureSection(const RenderOptions& options, bool json);
 void Info(const std::string& model, bool json, const Talk& talk);
 
 }  // namespace tessera::cli

@@ -17,7 +17,8 @@ int Fail(const char* reason) {
 }
 
 int Run(int argc, char** argv) {
-    tessera::cli::RenderOptions render;
+    tessera::cli::RenderOptions render, section;
+    tessera::cli::PickOptions pick;
     tessera::cli::Talk infoTalk;
     std::string infoModel;
     bool json = false;
@@ -29,7 +30,26 @@ int Run(int argc, char** argv) {
 
     CLI::App* renderCommand = app.add_subcommand("render", "Draw models into a PNG file");
     tessera::cli::DeclareRenderOptions(*renderCommand, render);
+    renderCommand->add_option("-o,--output", render.output, "PNG file to write")->required()->option_text("OUT.png");
     renderCommand->footer("Example: tessera render gearbox.glb -o gearbox.png --view front --mode smooth-edges");
+
+    CLI::App* pickCommand = app.add_subcommand("pick", "Tell what is seen at a pixel of a picture");
+    tessera::cli::DeclarePickOptions(*pickCommand, pick);
+    pickCommand->footer("Example: tessera pick gearbox.glb --at 512,384 --what arc --json");
+
+    CLI::App* sectionCommand = app.add_subcommand("section", "Measure the lines in which a plane cuts models");
+    sectionCommand->add_option("MODEL", section.models, "Model files: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
+        ->required()
+        ->option_text("...");
+    sectionCommand
+        ->add_option_function<std::string>(
+            "--plane", [&](const std::string& s) { section.section = tessera::cli::ParseSection("--plane", s); },
+            "Plane by a point and a normal")
+        ->required()
+        ->option_text("PX,PY,PZ:NX,NY,NZ");
+    sectionCommand->add_flag("--json", json, "Print JSON");
+    sectionCommand->add_flag("-q,--quiet", section.talk.quiet, "Say nothing but errors on standard error");
+    sectionCommand->footer("Example: tessera section gearbox.glb --plane 0,0,0:0,1,0");
 
     CLI::App* infoCommand = app.add_subcommand("info", "Print a model's tree, parts, boxes and totals");
     infoCommand->add_option("MODEL", infoModel, "Model file: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
@@ -45,6 +65,8 @@ int Run(int argc, char** argv) {
         return app.exit(error) == 0 ? kDone : kWrongUsage;
     }
     if (renderCommand->parsed()) tessera::cli::Render(render);
+    if (pickCommand->parsed()) tessera::cli::Pick(pick);
+    if (sectionCommand->parsed()) tessera::cli::MeasureSection(section, json);
     if (infoCommand->parsed()) tessera::cli::Info(infoModel, json, infoTalk);
     return std::fflush(stdout) == 0 ? kDone : Fail("standard output cannot be written");
 }

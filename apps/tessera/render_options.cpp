@@ -19,25 +19,6 @@ const std::map<std::string, host::View> kViews = {{"iso", host::View::kIso},    
 
 const std::map<std::string, Overlay> kOverlays = {{"edges", Overlay::kEdges}, {"vertices", Overlay::kVertices}};
 
-// Numbers between commas, exactly as many as `values` holds.
-template <class Array>
-Array ParseNumbers(const std::string& option, std::string_view text) {
-    Array values{};
-    const char* at = text.data();
-    const char* end = at + text.size();
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const auto [next, error] = std::from_chars(at, end, values[i]);
-        const bool last = i + 1 == values.size();
-        const bool separated = last ? next == end : next != end && *next == ',';
-        if (error != std::errc() || !std::isfinite(values[i]) || !separated) {
-            throw CLI::ValidationError(option, "wants " + std::to_string(values.size()) +
-                                                   " numbers with commas between, not \"" + std::string(text) + "\"");
-        }
-        at = next + (last ? 0 : 1);
-    }
-    return values;
-}
-
 // Declares an option that takes one of the names in `meanings`.
 template <class Value>
 CLI::Option* AddChoice(CLI::App& command, const std::string& option, Value& value,
@@ -55,12 +36,18 @@ CLI::Option* AddChoice(CLI::App& command, const std::string& option, Value& valu
     return command.add_option_function<std::string>(option, choose, help)->option_text("NAME");
 }
 
+host::Vec3 ParseVector(const std::string& option, std::string_view text) {
+    host::Vec3 vector{};
+    ParseNumbers(option, text, vector.data(), vector.size());
+    return vector;
+}
+
 host::Rgb ParseColor(const std::string& option, std::string_view text) {
-    const auto color = ParseNumbers<host::Rgb>(option, text);
-    for (const float channel : color) {
+    const host::Vec3 color = ParseVector(option, text);
+    for (const double channel : color) {
         if (channel < 0 || channel > 1) throw CLI::ValidationError(option, "wants numbers from 0 to 1");
     }
-    return color;
+    return {static_cast<float>(color[0]), static_cast<float>(color[1]), static_cast<float>(color[2])};
 }
 
 void ParseSize(const std::string& text, RenderOptions& options) {
@@ -86,22 +73,21 @@ void ParseBackground(const std::string& text, RenderOptions& options) {
 void DeclareCamera(CLI::App& command, RenderOptions& options) {
     CLI::Option* view = AddChoice(command, "--view", options.view, kViews,
                                   "iso (the default), front, back, left, right, top or bottom");
-    CLI::Option* eye =
-        command
-            .add_option_function<std::string>(
-                "--eye", [&](const std::string& s) { options.eye = ParseNumbers<host::Vec3>("--eye", s); },
-                "Place of the camera, in place of a view that fits the model")
-            ->option_text("X,Y,Z")
-            ->excludes(view);
+    CLI::Option* eye = command
+                           .add_option_function<std::string>(
+                               "--eye", [&](const std::string& s) { options.eye = ParseVector("--eye", s); },
+                               "Place of the camera, in place of a view that fits the model")
+                           ->option_text("X,Y,Z")
+                           ->excludes(view);
     command
         .add_option_function<std::string>(
-            "--target", [&](const std::string& s) { options.target = ParseNumbers<host::Vec3>("--target", s); },
+            "--target", [&](const std::string& s) { options.target = ParseVector("--target", s); },
             "Point that the camera looks at; the middle of the model if left out")
         ->option_text("X,Y,Z")
         ->needs(eye);
     command
         .add_option_function<std::string>(
-            "--up", [&](const std::string& s) { options.up = ParseNumbers<host::Vec3>("--up", s); },
+            "--up", [&](const std::string& s) { options.up = ParseVector("--up", s); },
             "Direction that points up on the picture. With a view, 0,1,0 takes Y for the world's vertical and 0,0,1 "
             "takes Z; left out, it is Y for a glTF or COLLADA model, else Z")
         ->option_text("X,Y,Z");
@@ -111,11 +97,37 @@ void DeclareCamera(CLI::App& command, RenderOptions& options) {
 
 }  // namespace
 
+void ParseNumbers(const std::string& option, std::string_view text, double* values, std::size_t count) {
+    const char* at = text.data();
+    const char* end = at + text.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto [next, error] = std::from_chars(at, end, values[i]);
+        const bool last = i + 1 == count;
+        const bool separated = last ? next == end : next != end && *next == ',';
+        if (error != std::errc() || !std::isfinite(values[i]) || !separated) {
+            throw CLI::ValidationError(option, "wants " + std::to_string(count) +
+                                                   " numbers with commas between, not \"" + std::string(text) + "\"");
+        }
+        at = next + (last ? 0 : 1);
+    }
+}
+
+Section ParseSection(const std::string& option, std::string_view text) {
+    const std::size_t colon = text.find(':');
+    if (colon == std::string::npos) {
+        throw CLI::ValidationError(option, "wants a point, a colon and a normal, not \"" + std::string(text) + "\"");
+    }
+    const Section section{ParseVector(option, text.substr(0, colon)), ParseVector(option, text.substr(colon + 1))};
+    if (std::hypot(section.normal[0], section.normal[1], section.normal[2]) < 1e-6) {
+        throw CLI::ValidationError(option, "wants a normal longer than 0.000001");
+    }
+    return section;
+}
+
 void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
     command.add_option("MODEL", options.models, "Model files: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
         ->required()
         ->option_text("...");
-    command.add_option("-o,--output", options.output, "PNG file to write")->required()->option_text("OUT.png");
     command
         .add_option_function<std::string>(
             "--size", [&](const std::string& text) { ParseSize(text, options); }, "Pixels of the picture [1024x768]")
@@ -125,6 +137,16 @@ void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
               "strip-points, highlight or env-map");
     DeclareCamera(command, options);
     AddChoice(command, "--option", options.overlay, kOverlays, "Draw over the surfaces: edges (open ones) or vertices");
+    CLI::Option* section =
+        command
+            .add_option_function<std::string>(
+                "--section", [&](const std::string& s) { options.section = ParseSection("--section", s); },
+                "Plane by a point and a normal; what lies behind it, against the normal, is cut away")
+            ->option_text("PX,PY,PZ:NX,NY,NZ");
+    command
+        .add_flag("--section-lines", options.sectionLines,
+                  "Show the lines in which the plane cuts the whole model, in place of cutting")
+        ->needs(section);
     command
         .add_option_function<std::string>(
             "--color", [&](const std::string& s) { options.color = ParseColor("--color", s); },

@@ -19,6 +19,12 @@ struct Talk {
     bool verbose = false;
 };
 
+struct Section {
+    host::Vec3 point{};
+    host::Vec3 normal{};  // towards what stays
+};
+
+// A picture of models, and what is to be seen on it.
 struct RenderOptions {
     std::vector<std::string> models;
     std::string output;
@@ -35,12 +41,20 @@ struct RenderOptions {
     std::optional<float> alpha;
     host::Rgb top{0.66F, 0.73F, 0.81F};
     host::Rgb bottom{0.96F, 0.97F, 0.98F};
+    std::optional<Section> section;
+    bool sectionLines = false;  // over the whole model, in place of the clipping
+    bool markLines = false;     // the picture gets lines from elsewhere
     bool immediate = false;
     int device = -1;
     Talk talk;
 };
 
-// Declares the options of `render`. `options` is filled when the command line is parsed.
+// Declares the models and the options of a picture, but for the file to write. `options` is filled when the command
+// line is parsed.
 void DeclareRenderOptions(CLI::App& command, RenderOptions& options);
+// "PX,PY,PZ:NX,NY,NZ". Throws CLI::ValidationError.
+Section ParseSection(const std::string& option, std::string_view text);
+// Numbers between commas, exactly as many as `values` has room for. Throws CLI::ValidationError.
+void ParseNumbers(const std::string& option, std::string_view text, double* values, std::size_t count);
 
 }  // namespace tessera::cli

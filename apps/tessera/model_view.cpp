@@ -1,0 +1,122 @@
+#include "model_view.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "failure.h"
+
+namespace tessera::cli {
+
+ModelView::ModelView(const RenderOptions& options)
+    : options_(options),
+      lens_{static_cast<double>(options.width) / options.height, options.parallel},
+      progress_(!options.talk.quiet),
+      scene_(host::CreateScene()),
+      import_(std::make_unique<host::ModelImport>(options.models[0])) {}
+
+void ModelView::Say(const char* stage) const {
+    if (!options_.talk.verbose) return;
+    const std::chrono::duration<double> since = std::chrono::steady_clock::now() - started_;
+    std::fprintf(stderr, "%-9s %.3f s\n", stage, since.count());
+}
+
+void ModelView::Wait(host::ModelImport& import) {
+    while (!import.WaitFor(100)) progress_.Show("reading " + import.Path(), import.Fraction());
+    import.Finish();
+}
+
+// Each further file is read while the one before it is put into the scene.
+void ModelView::Read() {
+    host::ModelLoader loader(*scene_);
+    for (std::size_t i = 0; i < options_.models.size(); ++i) {
+        Wait(*import_);
+        Say("read");
+        std::unique_ptr<host::ModelImport> next;
+        if (i + 1 < options_.models.size()) next = std::make_unique<host::ModelImport>(options_.models[i + 1]);
+        progress_.Show("building " + import_->Path(), -1);
+        if (!camera_) camera_ = host::Camera::Named(options_.view, Vertical(import_->Result().up), lens_);
+        if (!options_.eye) host::IncludeModel(import_->Result(), *camera_);
+        models_.push_back(loader.Add(*import_));
+        import_ = std::move(next);
+        const host::LoadedModel& model = models_.back();
+        if (!options_.talk.quiet && model.lines + model.points > 0) {
+            progress_.Clear();
+            std::fprintf(stderr, "tessera: %s: %llu line segments and %llu points not shown\n", model.file.c_str(),
+                         static_cast<unsigned long long>(model.lines), static_cast<unsigned long long>(model.points));
+        }
+    }
+    Say("built");
+}
+
+void ModelView::Load() {
+    Read();
+    host::Box box;
+    host::BoxOf(*scene_, 0, box);
+    if (options_.eye) camera_ = PlacedCamera(box);
+    camera_->Fit(box);
+    SetLook(box);
+}
+
+// The axis that stands upright, from the first model's unless it was asked for.
+host::UpAxis ModelView::Vertical(host::UpAxis ofModel) const {
+    if (!options_.up) return ofModel;
+    return std::abs((*options_.up)[1]) > std::abs((*options_.up)[2]) ? host::UpAxis::kY : host::UpAxis::kZ;
+}
+
+host::Camera ModelView::PlacedCamera(const host::Box& box) const {
+    host::Vec3 middle{};
+    for (std::size_t i = 0; i < 3; ++i) middle[i] = (box.min[i] + box.max[i]) / 2;
+    const host::Vec3 up = Vertical(models_[0].up) == host::UpAxis::kY ? host::Vec3{0, 1, 0} : host::Vec3{0, 0, 1};
+    return host::Camera::Placed(*options_.eye, options_.target.value_or(middle), options_.up.value_or(up), lens_);
+}
+
+// The plane that was asked for, or, to show the mode that draws nothing else, the one through the middle of the model
+// that faces the camera most.
+void ModelView::SetSection(const host::Box& box) const {
+    float point[3];
+    float normal[3] = {0, 0, 0};
+    if (options_.section) {
+        std::copy(options_.section->point.begin(), options_.section->point.end(), point);
+        std::copy(options_.section->normal.begin(), options_.section->normal.end(), normal);
+    } else {
+        std::size_t facing = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            // Off the very middle, where symmetrical models tend to have faces in the plane.
+            point[i] = static_cast<float>(box.min[i] + 0.4871 * (box.max[i] - box.min[i]));
+            if (std::abs(camera_->Backward()[i]) > std::abs(camera_->Backward()[facing])) facing = i;
+        }
+        normal[facing] = 1;
+    }
+    int err = 0;
+    scene_->EnableCrossSection(0, 1, &err);
+    const bool clips = options_.section && options_.mode != ShadeSection && !options_.sectionLines;
+    scene_->SwitchCrossSectionPlane(0, clips ? 1 : 0, &err);
+    if (scene_->SetCrossSectionPlane(0, point, normal, &err) < 0) throw host::Failure("the engine cuts no sections");
+}
+
+void ModelView::SetLook(const host::Box& box) const {
+    int err = 0;
+    const auto mean = [&](std::size_t i) { return (options_.top[i] + options_.bottom[i]) / 2; };
+    scene_->SetEdgeColor(0, 0.10F, 0.12F, 0.15F, &err);
+    scene_->SetBorderColor(0, 0.80F, 0.12F, 0.08F, &err);
+    scene_->SetBackgroundColor(0, mean(0), mean(1), mean(2), &err);
+    if (options_.color) {
+        const auto [red, green, blue] = *options_.color;
+        scene_->SetExternalColor(0, red, green, blue, &err);
+        scene_->SetInternalColor(0, red, green, blue, &err);
+    }
+    if (options_.alpha) scene_->SetTransparency(0, *options_.alpha, &err);
+    scene_->UseVertexArray(options_.immediate ? 0 : 1);
+    scene_->SetViewingType(0, options_.parallel ? 1 : 0, &err);
+    scene_->SetShadeMode(0, options_.mode, &err);
+    scene_->SetOptionsShadeMode(0, options_.overlay == Overlay::kVertices ? 2 : 0, &err);
+    float eye[3];
+    float target[3];
+    std::copy(camera_->Eye().begin(), camera_->Eye().end(), eye);
+    std::copy(camera_->Target().begin(), camera_->Target().end(), target);
+    scene_->SetCamera(eye, target, &err);
+    if (options_.section || options_.mode == ShadeSection) SetSection(box);
+}
+
+}  // namespace tessera::cli

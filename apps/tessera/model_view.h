@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "model_loader.h"
+#include "progress.h"
+#include "render_options.h"
+
+namespace tessera::cli {
+
+// Models in a scene, seen by a camera as the options ask. Needs no OpenGL.
+class ModelView {
+public:
+    // Begins to read the first file, beside the caller.
+    explicit ModelView(const RenderOptions& options);
+
+    // Reads and builds the rest, and sets camera, shade modes, colours and section plane. Throws Failure.
+    void Load();
+
+    ITessera& Scene() const { return *scene_; }
+    const host::Camera& Camera() const { return *camera_; }
+    const std::vector<host::LoadedModel>& Models() const { return models_; }
+    host::Progress& Progress() { return progress_; }
+    // Tells on standard error when a stage was reached, where that was asked for.
+    void Say(const char* stage) const;
+
+private:
+    void Read();
+    void Wait(host::ModelImport& import);
+    host::UpAxis Vertical(host::UpAxis ofModel) const;
+    host::Camera PlacedCamera(const host::Box& box) const;
+    void SetLook(const host::Box& box) const;
+    void SetSection(const host::Box& box) const;
+
+    const RenderOptions& options_;
+    const host::Lens lens_;
+    const std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
+    host::Progress progress_;
+    host::Scene scene_;
+    std::unique_ptr<host::ModelImport> import_;  // under way
+    std::vector<host::LoadedModel> models_;
+    std::optional<host::Camera> camera_;
+};
+
+}  // namespace tessera::cli
