@@ -10,37 +10,12 @@
 #include <vector>
 
 #include "bench.h"
+#include "component.h"
 #include "glx_offscreen.h"
+#include "queries.h"
 #include "workload.h"
 
 namespace {
-
-using tessera::ITessera;
-
-// A component that is released with the object.
-class Component {
-public:
-    Component() {
-        if (tessera::CreateTessera(&scene_) < 0) std::abort();
-    }
-    ~Component() { scene_->Release(); }
-    Component(const Component&) = delete;
-    Component& operator=(const Component&) = delete;
-    ITessera* operator->() const { return scene_; }
-
-    // An empty part under an instance of its own; gives the part's id.
-    int Part() {
-        int part = 0, instance = 0, error = 0;
-        scene_->CreatePart(&part);
-        scene_->CreatePartInstance(&instance);
-        scene_->SetPart(instance, part, &error);
-        scene_->SetParent(instance, 0, &error);
-        return part;
-    }
-
-private:
-    ITessera* scene_ = nullptr;
-};
 
 // The soup as AddTriangles3P3N takes it.
 struct Bulk {
@@ -50,12 +25,6 @@ struct Bulk {
     std::vector<double> points;
     std::vector<tessera::ULONG> indices;
 };
-
-void AddOneByOne(Component& scene, int part, std::vector<float>& soup) {
-    int error = 0;
-    scene->BeginTriMesh(part, &error);
-    for (std::size_t t = 0; t + 8 < soup.size(); t += 9) scene->AddTriangle3P(part, &soup[t], &error);
-}
 
 void AddInBulk(Component& scene, int part, Bulk& bulk) {
     int error = 0;
@@ -154,23 +123,7 @@ void Draw(const bench::Job& job) {
         scene->EndTriMesh(part, &error);
         return DrawModes(job, scene, 1.03);
     }
-    auto assembly = workload::assembly(static_cast<int>(job.n));
-    const int part = scene.Part();
-    AddOneByOne(scene, part, assembly.part);
-    scene->EndTriMesh(part, &error);
-    int instance = 0;
-    scene->GetFirstChild(0, &instance, &error);
-    for (std::size_t i = 0; i < assembly.placements.size(); ++i) {
-        if (i > 0) {
-            scene->CreatePartInstance(&instance);
-            scene->SetPart(instance, part, &error);
-            scene->SetParent(instance, 0, &error);
-        }
-        double m[16];
-        for (int e = 0; e < 16; ++e) m[e] = assembly.placements[i][e];
-        scene->SetTransform(instance, m, &error);
-    }
-    DrawModes(job, scene, assembly.radius);
+    DrawModes(job, scene, PlaceAssembly(scene, static_cast<int>(job.n)));
 }
 
 void Memory(const bench::Job& job) {
@@ -211,6 +164,8 @@ int main(int argc, char** argv) {
     const bench::Job job(argc, argv, "tessera");
     if (job.work == "W1") return Build(job), 0;
     if (job.work == "W2") return Draw(job), 0;
+    if (job.work == "W3") return Pick(job), 0;
+    if (job.work == "W4") return Cut(job), 0;
     if (job.work == "W7") return Memory(job), 0;
     return job.unsupported();
 }
