@@ -39,10 +39,9 @@ inline void AddOneByOne(Component& scene, int part, std::vector<float>& soup) {
     for (std::size_t t = 0; t + 8 < soup.size(); t += 9) scene->AddTriangle3P(part, &soup[t], &error);
 }
 
-// Instances of the thousand-triangle gear; gives the radius around them.
-inline double PlaceAssembly(Component& scene, int count) {
+// Instances of one part under the root; gives the radius around them.
+inline double Place(Component& scene, workload::Assembly assembly) {
     int error = 0;
-    auto assembly = workload::assembly(count);
     const int part = scene.Part();
     AddOneByOne(scene, part, assembly.part);
     scene->EndTriMesh(part, &error);
@@ -60,3 +59,6 @@ inline double PlaceAssembly(Component& scene, int count) {
     }
     return assembly.radius;
 }
+
+// Instances of the thousand-triangle gear.
+inline double PlaceAssembly(Component& scene, int count) { return Place(scene, workload::assembly(count)); }

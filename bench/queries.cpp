@@ -1,5 +1,6 @@
 #include "queries.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -97,6 +98,44 @@ void Series(const bench::Job& job, Component& scene, Query query, double distanc
     job.row(name + ", warm", "ms", {times.begin() + 1, times.end()}, note);
 }
 
+// The same rays, each on a scene of those instances alone whose boxes it meets: what is left when boxes cost nothing.
+void SeriesOnTheMet(const bench::Job& job, Component& scene, Query query, const workload::Assembly& all,
+                    double distance) {
+    Window window(distance);
+    std::vector<double> times;
+    double met = 0;
+    for (const auto& ray : workload::pick_rays(32)) {
+        workload::Assembly few{all.part, {}, 0};
+        int node = 0, error = 0;
+        std::size_t index = 0;
+        for (auto status = scene->GetFirstChild(0, &node, &error); status >= 0 && error == 1;
+             status = scene->GetNextChild(0, &node, &error), ++index) {
+            float low[3], high[3];
+            scene->GetBoundBox(node, low, high, &error);
+            double from = -1e30, to = 1e30;
+            for (int i = 0; i < 3; ++i) {
+                const double a = (low[i] - window.eye[i]) / ray.direction[i],
+                             b = (high[i] - window.eye[i]) / ray.direction[i];
+                from = std::max(from, std::min(a, b));
+                to = std::min(to, std::max(a, b));
+            }
+            if (from <= to) few.placements.push_back(all.placements[index]);
+        }
+        if (few.placements.empty()) continue;
+        met += static_cast<double>(few.placements.size());
+        Component alone;
+        Place(alone, few);
+        float view[3];
+        for (int i = 0; i < 3; ++i) view[i] = static_cast<float>(ray.direction[i]);
+        Ask(alone, query, window, view);
+        const double start = bench::now_ms();
+        Ask(alone, query, window, view);
+        times.push_back(bench::now_ms() - start);
+    }
+    job.row(std::string(kNames[static_cast<int>(query)]) + ", the met alone", "ms", times,
+            "instances met by a ray " + std::to_string(met / static_cast<double>(times.size())));
+}
+
 void CutByCommonPlane(Component& scene) {
     float point[3], normal[3];
     for (int i = 0; i < 3; ++i) {
@@ -165,6 +204,9 @@ void Pick(const bench::Job& job) {
     scene->SetCamera(eye, target, &error);
     for (const Query query : {Query::Ray, Query::Instance, Query::Point, Query::Edge, Query::Segment, Query::Arc})
         Series(job, scene, query, distance);
+    if (job.kind != "assembly") return;
+    const workload::Assembly all = workload::assembly(static_cast<int>(job.n));
+    for (const Query query : {Query::Ray, Query::Instance}) SeriesOnTheMet(job, scene, query, all, distance);
 }
 
 void Cut(const bench::Job& job) {

@@ -75,11 +75,13 @@ void CTriMesh::Clear() {
     rawNormals_.Clear();
     rawGiven_.clear();
     triangleCount_ = 0;
+    spooledVertices_ = 0;
     normalsValid_ = stripsValid_ = building_ = spoolStale_ = false;
 }
 
 std::size_t CTriMesh::GetMemorySize() const {
-    return (vertices_.size() + 4 * static_cast<std::size_t>(triangleCount_)) * 12 + 170;
+    const std::size_t vertices = spooled_ && vertices_.empty() ? spooledVertices_ : vertices_.size();
+    return (vertices + 4 * static_cast<std::size_t>(triangleCount_)) * 12 + 170;
 }
 
 void CTriMesh::GetArrays(float** points, int* pointFloats, int** indices, int* indexCount) {

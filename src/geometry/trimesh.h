@@ -169,7 +169,8 @@ private:
     bool LinkTriangles(TriangleIndex a, TriangleIndex b);
     bool RunsAgainst(TriangleIndex a, TriangleIndex b, int edgeOfA) const;
     void OrientAll();
-    void OrientNeighbours(TriangleIndex t);
+    TriangleIndex Flood(TriangleIndex first);
+    void OrientNeighbours(TriangleIndex t, TriangleIndex& pending);
     void FlipTriangle(TriMeshTriangle& t);
 
     // geometry/trimesh_normals.cpp
@@ -255,6 +256,7 @@ private:
     std::vector<Vec3> vertices_;
     std::vector<TriMeshTriangle> triangles_;  // in order of arrival
     int triangleCount_ = 0;
+    std::uint32_t spooledVertices_ = 0;
     std::vector<std::uint32_t> incidentStart_;  // per vertex, and one more
     std::vector<TriangleIndex> incident_;
     std::vector<float> stripVertices_;  // nx, ny, nz, x, y, z a vertex; all strips back to back

@@ -54,10 +54,9 @@ bool VotesForFacet(const Vec3& p, const Vec3& n, const Vec3& facet, const Vec3& 
     return facet.x * tip[0] + facet.y * tip[1] + facet.z * tip[2] - Dot(facet, origin) > 0;
 }
 
-void Negate(Vec3& n) { n = Normalized(-n); }
-
 // The corners' normals vote on which side is out; the winding follows the majority, and a corner that
-// voted against it has its normal turned. Gives true if the winding was reversed.
+// voted against it has its normal turned (and normalised once more, where the winding stays). Gives true if the
+// winding was reversed.
 bool ResolveWinding(Vec3 p[3], Vec3 n[3], const Vec3& facet) {
     bool vote[3];
     int positive = 0;
@@ -68,7 +67,7 @@ bool ResolveWinding(Vec3 p[3], Vec3 n[3], const Vec3& facet) {
     const bool keep = positive >= 2;
     if (positive == 1 || positive == 2)
         for (int k = 0; k < 3; ++k)
-            if (vote[k] != keep) Negate(n[k]);
+            if (vote[k] != keep) n[k] = keep ? Normalized(-n[k]) : -n[k];
     if (keep) return false;
     std::swap(p[1], p[2]);
     std::swap(n[1], n[2]);
@@ -171,7 +170,7 @@ void CTriMesh::AppendTrianglesTo(CTriMesh& target) {
         float p[9], n[9];
         for (int k = 0; k < 3; ++k) {
             const Vec3& point = Corner(t, k);
-            const Vec3 normal = t.normal[k] < normals_->Count() ? (*normals_)[t.normal[k]] : Vec3{};
+            const Vec3 normal = (*normals_)[t.normal[k]];
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 p[3 * k + static_cast<int>(axis)] = point[axis];
                 n[3 * k + static_cast<int>(axis)] = normal[axis];

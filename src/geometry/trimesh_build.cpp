@@ -166,43 +166,47 @@ bool CTriMesh::RunsAgainst(TriangleIndex a, TriangleIndex b, int edgeOfA) const 
            ta.vertex[NextCorner(edgeOfA)] != tb.vertex[NextCorner(edgeOfB)];
 }
 
-// Floods each shell from its first triangle, depth first, turning triangles to agree with the one they are
-// reached from. The stack is ours, so that a shell may be as deep as it likes.
 void CTriMesh::OrientAll() {
-    std::vector<TriangleIndex> path;
-    std::vector<std::uint8_t> nextEdge;
     for (TriangleIndex start = 0; start < triangles_.size(); ++start) {
         if (triangles_[start].flags & TriMeshTriangle::kVisited) continue;
-        path.push_back(start);
-        nextEdge.push_back(0);
-        OrientNeighbours(start);
-        while (!path.empty()) {
-            const TriMeshTriangle& t = triangles_[path.back()];
-            if (nextEdge.back() == 3) {
-                path.pop_back();
-                nextEdge.pop_back();
-                continue;
-            }
-            const TriangleIndex u = t.neighbour[nextEdge.back()++];
-            if (u == kNoTriangle || (triangles_[u].flags & TriMeshTriangle::kVisited)) continue;
-            OrientNeighbours(u);
-            path.push_back(u);
-            nextEdge.push_back(0);
-        }
+        for (TriangleIndex from = start; from != kNoTriangle;) from = Flood(from);
     }
     for (TriMeshTriangle& t : triangles_) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::kVisited);
 }
 
-void CTriMesh::OrientNeighbours(TriangleIndex i) {
+// Turns triangles to agree with the one that they are reached from, depth first. After so many triangles the flood is
+// cut and starts again from the last one turned; where none was turned, the shell goes on from its next triangle in
+// order of arrival, whose own sense then holds. Gives the triangle to start again from.
+TriangleIndex CTriMesh::Flood(TriangleIndex first) {
+    constexpr int kMostReached = 500;
+    TriangleIndex pending = kNoTriangle;
+    std::vector<std::pair<TriangleIndex, std::uint8_t>> path{{first, 0}};
+    OrientNeighbours(first, pending);
+    for (int reached = 0; !path.empty();) {
+        auto& [t, edge] = path.back();
+        if (edge == 3) {
+            path.pop_back();
+            continue;
+        }
+        const TriangleIndex u = triangles_[t].neighbour[edge++];
+        if (u == kNoTriangle || (triangles_[u].flags & TriMeshTriangle::kVisited)) continue;
+        OrientNeighbours(u, pending);
+        if (++reached == kMostReached) return pending;
+        path.push_back({u, 0});
+    }
+    return kNoTriangle;
+}
+
+void CTriMesh::OrientNeighbours(TriangleIndex i, TriangleIndex& pending) {
     TriMeshTriangle& t = triangles_[i];
     t.flags |= TriMeshTriangle::kVisited;
-    TriangleIndex turned = kNoTriangle;
     for (int k = 0; k < 3; ++k) {
         const TriangleIndex u = t.neighbour[k];
-        if (u == kNoTriangle || u == turned || (triangles_[u].flags & TriMeshTriangle::kVisited)) continue;
+        if (u == kNoTriangle || u == pending || (triangles_[u].flags & TriMeshTriangle::kVisited)) continue;
         if (RunsAgainst(i, u, k)) continue;
         FlipTriangle(triangles_[u]);
-        turned = u;
+        pending = u;
+        k = 0;  // on from edge 1
     }
 }
 

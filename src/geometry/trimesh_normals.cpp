@@ -62,7 +62,7 @@ void CTriMesh::SmoothCorner(TriangleIndex i, int corner, const std::vector<Vec3>
     Normalize(sum);
     const std::uint32_t index = normals_->LookUpOrAdd(sum);
     const Vec3 normal = (*normals_)[index];
-    if (NormalFacesOut(normal, t, facet)) {
+    if (NormalFacesOut(sum, t, facet)) {
         t.normal[corner] = index;
         t.flags |= TriMeshTriangle::ResolvedBit(corner);
     }

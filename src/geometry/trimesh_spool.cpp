@@ -52,6 +52,7 @@ void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
         }
     }
     if (saved) {  // a mesh that could not be written stays in memory
+        spooledVertices_ = static_cast<std::uint32_t>(vertices_.size());
         std::vector<std::uint32_t>().swap(incidentStart_);
         std::vector<TriangleIndex>().swap(incident_);
         std::vector<TriMeshTriangle>().swap(triangles_);

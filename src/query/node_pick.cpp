@@ -1,10 +1,24 @@
 // The way of a pick, and of the section length, down the tree.
+#include "query/line_filter.h"
 #include "query/pick_frame.h"
 #include "scene/assembly.h"
 #include "scene/part.h"
 #include "scene/part_instance.h"
 
 namespace tessera {
+namespace {
+
+// The forward half of a product.
+const double* ForwardProduct(const CMatrix& a, const CMatrix& b, double product[16]) {
+    const double *x = a.Forward(), *y = b.Forward();
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c)
+            product[4 * r + c] =
+                x[4 * r] * y[c] + x[4 * r + 1] * y[4 + c] + x[4 * r + 2] * y[8 + c] + x[4 * r + 3] * y[12 + c];
+    return product;
+}
+
+}  // namespace
 
 bool CAssembly::Pick(PickKind kind, const PickView& view, const CMatrix& M, const CMatrix& E, PickHit& hit) {
     if (drawingEnabled == 0 || (kind == PickKind::SectionPoint && crossSectionEnabled == 0)) return false;
@@ -23,10 +37,16 @@ float CAssembly::GetCrossSectionLength(const CMatrix& M) {
     return length;
 }
 
+// A scene has many instances, of which a line meets a few: most go without an inverse and without a true box.
 bool CPartInstance::Pick(PickKind kind, const PickView& view, const CMatrix& M, const CMatrix& E, PickHit& hit) {
     if (drawingEnabled == 0 || (kind == PickKind::SectionPoint && crossSectionEnabled == 0) || !part_) return false;
     const bool throughBox = kind == PickKind::Surface || kind == PickKind::Ray;
-    if (throughBox) hit.nodeId = -1;
+    if (throughBox) {
+        hit.nodeId = -1;
+        double world[16];
+        if (!exploded && part_->SurelyMisses(LineFilter(view.eye, view.view), ForwardProduct(transform, M, world)))
+            return false;
+    }
     const bool found = part_->Pick(kind, view, Placement(M, E), hit);
     if (throughBox) boundBox = part_->boundBox;
     if (found) hit.nodeId = id;

@@ -1,7 +1,7 @@
 // The way of a pick from a part to its elements.
-#include <algorithm>
 #include <cmath>
 
+#include "query/line_filter.h"
 #include "query/pick_frame.h"
 #include "scene/part.h"
 
@@ -23,39 +23,37 @@ bool PickElement(CElement& element, PickKind kind, const PickView& view, const C
     return false;
 }
 
-// Whether a line surely misses the box of an element in the world, judged by its box in its own frame. That costs eight
-// points where the true box costs them all.
-bool SurelyMisses(const PickView& view, const BBox& own, const CMatrix& matrix) {
-    if (own.valid == 0) return false;
-    BBox around;
-    for (int corner = 0; corner < 8; ++corner)
-        around.Add(TransformPoint({(corner & 1) != 0 ? own.xmax : own.xmin, (corner & 2) != 0 ? own.ymax : own.ymin,
-                                   (corner & 4) != 0 ? own.zmax : own.zmin},
-                                  matrix));
-    float reach = 0;
-    for (const float side : {around.xmin, around.xmax, around.ymin, around.ymax, around.zmin, around.zmax})
-        reach = std::max(reach, std::fabs(side));
-    // More than the margin of the exact test and the rounding of the corners.
-    const float more = 0.001f + 1e-5f * reach;
-    around.xmin -= more, around.ymin -= more, around.zmin -= more;
-    around.xmax += more, around.ymax += more, around.zmax += more;
-    // The exact test overlooks the faces that a direction hardly leads to, which a larger box may turn it to.
-    for (std::size_t axis = 0; axis < 3; ++axis)
-        if (view.view[axis] != 0 && std::fabs(view.view[axis]) < kShortestVector) return false;
-    return !LineHitsBox(view.eye, view.view, around);
-}
-
 }  // namespace
+
+// Judged by the boxes of the elements in their own frame, where the true boxes cost a pass over all points.
+bool CPart::SurelyMisses(const LineFilter& line, const double world[16]) const {
+    // More than the margin of the exact test and what rounding can add.
+    constexpr double kMargin = 0.001, kRounding = 1e-5;
+    for (const auto& element : elements_) {
+        const BBox& own = element->Bounds();
+        if (own.valid == 0) return false;
+        const double middle[3] = {(double{own.xmin} + own.xmax) / 2, (double{own.ymin} + own.ymax) / 2,
+                                  (double{own.zmin} + own.zmax) / 2};
+        const double half[3] = {own.xmax - middle[0], own.ymax - middle[1], own.zmax - middle[2]};
+        double low[3], high[3];
+        for (int axis = 0; axis < 3; ++axis) {
+            const double* m = world + axis;
+            const double center = middle[0] * m[0] + middle[1] * m[4] + middle[2] * m[8] + m[12];
+            const double reach = half[0] * std::fabs(m[0]) + half[1] * std::fabs(m[4]) + half[2] * std::fabs(m[8]);
+            const double more = reach + kMargin + kRounding * (std::fabs(center) + reach);
+            low[axis] = center - more;
+            high[axis] = center + more;
+        }
+        if (!line.Misses(low, high)) return false;
+    }
+    return true;
+}
 
 bool CPart::Pick(PickKind kind, const PickView& view, const CMatrix& matrix, PickHit& hit) {
     if (kind == PickKind::SectionPoint && (crossSectionEnabled == 0 || sectionPlaneOn == 0)) return false;
     // A box costs a pass over the vertices: each is made once here, for instance, part and element alike.
     std::vector<BBox> boxes(elements_.size());
     if (kind == PickKind::Surface || kind == PickKind::Ray) {
-        if (std::all_of(elements_.begin(), elements_.end(), [&](const std::unique_ptr<CElement>& element) {
-                return SurelyMisses(view, element->Bounds(), matrix);
-            }))
-            return false;
         boundBox = BBox();
         for (std::size_t i = 0; i < elements_.size(); ++i) {
             boxes[i] = elements_[i]->GetBoundBox(matrix, true, CMatrix());

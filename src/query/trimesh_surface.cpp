@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "geometry/trimesh.h"
+#include "query/line_filter.h"
 #include "query/pick_frame.h"
 #include "tessera/itessera.h"
 
@@ -14,53 +15,6 @@ constexpr float kRayMargin = 0.0034615383f;
 constexpr double kEdgeOn = 0.00001;
 // Nearer to a corner than this, a point has the corner's normal.
 constexpr double kAtCorner = 0.0001;
-
-struct Interval {
-    float low, high;
-};
-
-Interval Span(float a, float b, float c, float margin) {
-    return {std::min({a, b, c}) - margin, std::max({a, b, c}) + margin};
-}
-
-bool Holds(const Interval& i, float value) { return value >= i.low && value <= i.high; }
-
-// The line of sight in a mesh's frame, and a quick test that leaves out most triangles.
-class LocalLine {
-public:
-    LocalLine(const PickView& view, const CMatrix& matrix)
-        : origin(TransformPointByInverse(view.eye, matrix)),
-          direction(Normalized(TransformByInverse(SafeNormal(view.view.x, view.view.y, view.view.z), matrix))) {
-        std::size_t main = 0;
-        for (std::size_t axis = 1; axis < 3; ++axis)
-            if (std::fabs(direction[axis]) > std::fabs(direction[main])) main = axis;
-        main_ = main;
-        first_ = (main + 1) % 3;
-        second_ = (main + 2) % 3;
-        firstSlope_ = static_cast<double>(direction[first_]) / direction[main];
-        secondSlope_ = static_cast<double>(direction[second_]) / direction[main];
-    }
-
-    // Whether no point of the line, rounded to float, lies in the box.
-    bool Misses(const Interval box[3]) const {
-        return MissesAlong(box, first_, firstSlope_) || MissesAlong(box, second_, secondSlope_);
-    }
-
-    const Vec3 origin, direction;
-
-private:
-    // In the plane of two axes the line is first = slope * main + constant, with a slope of at most 1.
-    bool MissesAlong(const Interval box[3], std::size_t axis, double slope) const {
-        const double a = slope * (box[main_].low - static_cast<double>(origin[main_])) + origin[axis],
-                     b = slope * (box[main_].high - static_cast<double>(origin[main_])) + origin[axis];
-        const double rounding = 1e-6 * (std::max(std::fabs(a), std::fabs(b)) + std::fabs(origin[axis]) +
-                                        std::fabs(box[main_].low) + std::fabs(box[main_].high));
-        return std::max(a, b) + rounding < box[axis].low || std::min(a, b) - rounding > box[axis].high;
-    }
-
-    std::size_t main_, first_, second_;
-    double firstSlope_, secondSlope_;
-};
 
 // Which side of each edge of a triangle in the plane a point is on. On the line of an edge it counts as inside.
 bool IsInside(const ScreenPoint corner[3], const ScreenPoint& h) {
@@ -108,20 +62,27 @@ bool CTriMesh::PickTriangles(const PickView& view, const CMatrix& matrix, const 
         default: return false;
     }
     const ReadLock lock(*this);
-    const LocalLine line(view, matrix);
+    const Vec3 eye = TransformPointByInverse(view.eye, matrix);
+    const Vec3 sight = Normalized(TransformByInverse(SafeNormal(view.view.x, view.view.y, view.view.z), matrix));
+    const LineFilter filter(eye, sight);
     const Plane plane = ClipPlaneIn(matrix);
     NearestHit best(view.eye);
     for (const TriMeshTriangle& t : triangles_) {
         const Vec3 &a = Corner(t, 0), &b = Corner(t, 1), &c = Corner(t, 2);
-        const Interval box[3] = {Span(a.x, b.x, c.x, margin), Span(a.y, b.y, c.y, margin), Span(a.z, b.z, c.z, margin)};
-        if (line.Misses(box)) continue;
+        const float low[3] = {std::min({a.x, b.x, c.x}) - margin, std::min({a.y, b.y, c.y}) - margin,
+                              std::min({a.z, b.z, c.z}) - margin};
+        const float high[3] = {std::max({a.x, b.x, c.x}) + margin, std::max({a.y, b.y, c.y}) + margin,
+                               std::max({a.z, b.z, c.z}) + margin};
+        if (filter.Misses(low, high)) continue;
         const Vec3 n = Facet(t);
-        const double angle = AngleOfUnitDot(Dot(line.direction, n));
+        const double angle = AngleOfUnitDot(Dot(sight, n));
         if (angle > 90 - kEdgeOn && angle < 90 + kEdgeOn) continue;
         bool ahead = false;
-        const Vec3 h = IntersectLineWithPlane(line.origin, line.direction, PlaneThrough(a, n), &ahead);
+        const Vec3 h = IntersectLineWithPlane(eye, sight, PlaneThrough(a, n), &ahead);
         if (IsClipping() && plane.At(h) <= 0) continue;
-        if (!Holds(box[0], h.x) || !Holds(box[1], h.y) || !Holds(box[2], h.z) || !ahead) continue;
+        const bool near =
+            h.x >= low[0] && h.x <= high[0] && h.y >= low[1] && h.y <= high[1] && h.z >= low[2] && h.z <= high[2];
+        if (!near || !ahead) continue;
         const Vec3 world[3] = {TransformPoint(a, matrix), TransformPoint(b, matrix), TransformPoint(c, matrix)};
         const Vec3 p = TransformPoint(h, matrix);
         const Vec3 facet = FacetNormal(world[0], world[1], world[2]);

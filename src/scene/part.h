@@ -13,6 +13,7 @@ namespace tessera {
 class CPointSet;
 class CPolyLine;
 class CTriMesh;
+class LineFilter;
 class TriNormalTable;
 struct PickHit;
 struct PickView;
@@ -104,6 +105,8 @@ public:
 
     // query/part_pick.cpp
     bool Pick(PickKind kind, const PickView& view, const CMatrix& matrix, PickHit& hit);
+    // Whether a line of the world surely passes by the part where this matrix places it.
+    bool SurelyMisses(const LineFilter& line, const double world[16]) const;
     float GetSectionLength(const CMatrix& matrix);
 
     // render/part_draw.cpp
