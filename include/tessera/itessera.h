@@ -328,8 +328,8 @@ public:
     // an assembly with no children or with drawing disabled gives -1 to 1 on each axis. Node call.
     virtual HRESULT GetBoundBox(int nodeID, float* minPoint, float* maxPoint, int* errCode) = 0;
 
-    // Sets the section plane of all parts below a node. point, normal: 3 floats each, world frame; the normal keeps
-    // its length, but one shorter than 1e-6 gets x = 1. Switches stay as they are. Node call.
+    // Sets the section plane of all parts below a node. point, normal: 3 floats each, world frame; the normal is
+    // made one unit long, and one shorter than 1e-6 gets x = 1. Switches stay as they are. Node call.
     virtual HRESULT SetCrossSectionPlane(int nodeID, float* point, float* normal, int* errCode) = 0;
 
     // Turns sectioning of a node's subtree on or off: section lines, clipping, picks on the section, and the section

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -11,26 +12,7 @@
 // What the tests of the tree share: a scene, and short ways to ask it.
 namespace tessera::test {
 
-// A string argument.
-class Text {
-public:
-    Text(const std::u16string& text) : text_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
-    ~Text() { SysFreeString(text_); }
-    Text(const Text&) = delete;
-    Text& operator=(const Text&) = delete;
-    operator BSTR() const { return text_; }
-
-private:
-    BSTR text_;
-};
-
-// The content of a string that a method handed out, which is freed.
-inline std::u16string Take(BSTR text) {
-    const std::u16string out(text ? text : u"", SysStringLen(text));
-    SysFreeString(text);
-    return out;
-}
-
+using T = ITessera;
 using Ids = std::vector<int>;
 using Corners = std::array<float, 6>;  // minima, then maxima
 using Array16 = std::array<double, 16>;
@@ -40,14 +22,30 @@ inline constexpr Corners kEmptyBox = {kFar, kFar, kFar, -kFar, -kFar, -kFar};
 inline constexpr Corners kUnitBox = {-1, -1, -1, 1, 1, 1};
 inline constexpr Array16 kIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
-inline Array16 Moved(double x, double y, double z) {
-    Array16 m = kIdentity;
-    m[12] = x, m[13] = y, m[14] = z;
-    return m;
+inline Array16 Moved(double x, double y, double z) { return {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, x, y, z, 1}; }
+
+// A string argument.
+inline std::unique_ptr<OLECHAR, void (*)(BSTR)> Text(const std::u16string& text) {
+    return {SysAllocStringLen(text.data(), static_cast<UINT>(text.size())), SysFreeString};
 }
 
 class HostTest : public ::testing::Test {
 protected:
+    // The error code of a call that has to fail.
+    int Refused(HRESULT status) {
+        EXPECT_EQ(status, STATUS_FAIL);
+        return error;
+    }
+    int SetParent(int node, int parent) {
+        EXPECT_EQ(scene->SetParent(node, parent, &error), STATUS_OK);
+        return error;
+    }
+    int AddBareInstance(int parent = 0) {
+        int id = 0;
+        scene->CreatePartInstance(&id);
+        SetParent(id, parent);
+        return id;
+    }
     Ids Children(int node = 0) {
         Ids ids;
         int id = 0;
@@ -63,13 +61,16 @@ protected:
         scene->GetParent(node, &id);
         return id;
     }
-    std::u16string Name(int node) {
-        BSTR name = nullptr;
-        scene->GetNodeName(node, &name, &error);
-        return Take(name);
+    std::u16string Say(HRESULT (T::*get)(int, BSTR*, int*), int node) {
+        BSTR text = nullptr;
+        (host->*get)(node, &text, &error);
+        const std::u16string out(text ? text : u"", SysStringLen(text));
+        SysFreeString(text);
+        return out;
     }
+    std::u16string Name(int node) { return Say(&T::GetNodeName, node); }
     std::u16string Rename(int node, const std::u16string& name) {
-        scene->SetNodeName(node, Text(name), &error);
+        scene->SetNodeName(node, Text(name).get(), &error);
         return Name(node);
     }
     Corners Box(int node) {
@@ -84,15 +85,13 @@ protected:
     }
 
     Scene scene;
+    ITessera* const host = scene.operator->();
     int error = 0;
 };
 
-inline void ExpectNear(const Array16& a, const Array16& b, double tolerance) {
-    for (std::size_t i = 0; i < 16; ++i) EXPECT_NEAR(a[i], b[i], tolerance) << "element " << i;
-}
-
-inline void ExpectNear(const Corners& a, const Corners& b, float tolerance = 1e-5F) {
-    for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(a[i], b[i], tolerance) << "bound " << i;
+template <typename Numbers>
+void ExpectNear(const Numbers& a, const Numbers& b, double tolerance = 1e-5) {
+    for (std::size_t i = 0; i < a.size(); ++i) EXPECT_NEAR(a[i], b[i], tolerance) << "element " << i;
 }
 
 }  // namespace tessera::test

@@ -8,32 +8,23 @@
 namespace tessera::test {
 namespace {
 
-class Misuse : public HostTest {
-protected:
-    // Processor time of `count` bolts that are linked, named, moved, boxed and removed one by one.
-    double Handle(int count);
-};
+class Misuse : public HostTest {};
 
 TEST_F(Misuse, AnAssemblyUnderItsOwnDescendantDropsOutOfTheTree) {
     const int a = scene.AddAssembly(), b = scene.AddAssembly(a), c = scene.AddAssembly(b);
     const Placed p = scene.AddMesh(Cube(), c), q = scene.AddMesh(Cube());
     const int shared = scene.AddInstance(q.part, b);
-    scene->SetParent(a, c, &error);
-    EXPECT_EQ(error, 1);
+    EXPECT_EQ(SetParent(a, c), 1);
     EXPECT_EQ(Children(), Ids{q.instance});
     for (const int id : {a, b, c, p.instance, shared}) {
         EXPECT_FALSE(Exists(id)) << id;
         EXPECT_EQ(Parent(id), -2);
         EXPECT_EQ(scene->Remove(id, &error), STATUS_FAIL);
-        scene->SetParent(id, 0, &error);
-        EXPECT_EQ(error, -1);
+        EXPECT_EQ(SetParent(id, 0), -1);
     }
     EXPECT_FALSE(PartExists(p.part));
     scene->Remove(q.instance, &error);
     EXPECT_FALSE(PartExists(q.part));
-    const int d = scene.AddAssembly(), e = scene.AddAssembly(d);
-    scene->SetParent(d, e, &error);
-    EXPECT_EQ(Children(), Ids{});
     scene->ResetSceneGraph();
 }
 
@@ -42,60 +33,45 @@ TEST_F(Misuse, NullsFailWhereReadAndAreLeftOutWhereWritten) {
     const int node = p.instance;
     scene->BeginTriMesh(p.part, &error);
     float points[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0};
-    double many[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+    double many[9] = {0, 0, 0, 5, 0, 0, 0, 1, 0};
     ULONG index[6] = {0, 1, 2, 0, 1, 2};
+    // clang-format off
     const HRESULT refused[] = {
-        scene->AddTriangle3P(p.part, nullptr, nullptr),
-        scene->AddTriangle3P3N(p.part, points, nullptr, nullptr),
-        scene->AddTriangle3P3N(p.part, nullptr, points, nullptr),
-        scene->AddTriangle3P4N(p.part, points, points, nullptr, nullptr),
-        scene->SetCamera(nullptr, points, nullptr),
-        scene->SetCamera(points, nullptr, nullptr),
-        scene->SetTransform(node, nullptr, nullptr),
-        scene->ApplyTransform(node, nullptr, nullptr),
-        scene->SetExplodeTransform(node, nullptr, nullptr),
-        scene->ApplyExplodeTransform(node, nullptr, nullptr),
-        scene->GetBoundBoxRelativeFrame(node, nullptr, points, points, nullptr),
-        scene->SetCrossSectionPlane(node, nullptr, points, nullptr),
-        scene->SetCrossSectionPlane(node, points, nullptr, nullptr),
-        scene->ImportTriNormals(nullptr, nullptr),
+        host->AddTriangle3P(p.part, nullptr, nullptr), host->AddTriangle3P3N(p.part, points, nullptr, nullptr),
+        host->AddTriangle3P3N(p.part, nullptr, points, nullptr), host->SetCamera(nullptr, points, nullptr),
+        host->AddTriangle3P4N(p.part, points, points, nullptr, nullptr), host->SetCamera(points, nullptr, nullptr),
+        host->SetTransform(node, nullptr, nullptr), host->ApplyTransform(node, nullptr, nullptr),
+        host->SetExplodeTransform(node, nullptr, nullptr), host->ApplyExplodeTransform(node, nullptr, nullptr),
+        host->GetBoundBoxRelativeFrame(node, nullptr, points, points, nullptr), host->ImportTriNormals(nullptr, nullptr),
+        host->SetCrossSectionPlane(node, nullptr, points, nullptr),
+        host->SetCrossSectionPlane(node, points, nullptr, nullptr),
     };
+    // clang-format on
     for (const HRESULT& status : refused) EXPECT_EQ(status, STATUS_FAIL) << &status - refused;
-    // In bulk: no triangle comes of it.
-    scene->AddTriangles3P3N(p.part, many, 9, nullptr, nullptr, 0, nullptr, nullptr, 0, nullptr, 2, 0, nullptr);
-    scene->AddTriangles3P3N(p.part, nullptr, 9, index, nullptr, 0, nullptr, nullptr, 0, nullptr, 2, 0, nullptr);
-    scene->EndTriMesh(p.part, nullptr);
-    EXPECT_EQ(Box(node), kUnitBox);
-    // Without normals two triangles are as if none had been given.
-    scene->BeginTriMesh(p.part, nullptr);
-    many[3] = 5;
-    scene->AddTriangles3P3N(p.part, many, 9, index, nullptr, 0, nullptr, nullptr, 0, nullptr, 2, VARIANT_TRUE, nullptr);
-    scene->EndTriMesh(p.part, nullptr);
-    EXPECT_EQ(Box(node)[3], 5);
-
-    const HRESULT done[] = {
-        scene->GetBoundBox(node, nullptr, nullptr, nullptr),
-        scene->GetTransform(node, nullptr, nullptr),
-        scene->GetExplodeTransform(node, nullptr, nullptr),
-        scene->GetNodeName(node, nullptr, nullptr),
-        scene->GetFullNodeName(node, nullptr, nullptr),
-        scene->GetPartName(node, nullptr, nullptr),
-        scene->GetNodeUserName(node, nullptr, nullptr),
-        scene->GetPropertyString(node, nullptr, nullptr),
-        scene->GetEnvtexture(node, nullptr, nullptr),
-        scene->SetNodeName(node, nullptr, nullptr),
-        scene->SetPartName(p.part, nullptr, nullptr),
-        scene->GetCrossSectionPlane(node, nullptr, nullptr, nullptr),
-        scene->GetExternalColor(node, nullptr, nullptr, nullptr, nullptr),
-        scene->GetNodeIDFromPath(nullptr, nullptr, nullptr),
-        scene->GetIdRoot(nullptr),
-        scene->GetFirstUsername(node, nullptr, nullptr),
-        scene->GetNextUsername(nullptr, nullptr),
-        scene->IsEmpty(nullptr),
-        scene->GetVersion(nullptr),
-        scene->LODsAvailable(nullptr),
-        scene->IsUsingVertexArray(nullptr),
+    // In bulk: no triangle comes of it without points or index, and normals may lack.
+    const auto bulk = [&](double* from, ULONG* corners, VARIANT_BOOL normals) {
+        host->BeginTriMesh(p.part, nullptr);
+        host->AddTriangles3P3N(p.part, from, 9, corners, nullptr, 0, nullptr, nullptr, 0, nullptr, 2, normals, nullptr);
+        host->EndTriMesh(p.part, nullptr);
+        return Box(node)[3];
     };
+    EXPECT_EQ(bulk(many, nullptr, 0), 1);
+    EXPECT_EQ(bulk(nullptr, index, 0), 1);
+    EXPECT_EQ(bulk(many, index, VARIANT_TRUE), 5);
+    // clang-format off
+    const HRESULT done[] = {
+        host->GetBoundBox(node, nullptr, nullptr, nullptr), host->GetTransform(node, nullptr, nullptr),
+        host->GetExplodeTransform(node, nullptr, nullptr), host->GetNodeName(node, nullptr, nullptr),
+        host->GetFullNodeName(node, nullptr, nullptr), host->GetPartName(node, nullptr, nullptr),
+        host->GetNodeUserName(node, nullptr, nullptr), host->GetPropertyString(node, nullptr, nullptr),
+        host->GetEnvtexture(node, nullptr, nullptr), host->SetNodeName(node, nullptr, nullptr),
+        host->SetPartName(p.part, nullptr, nullptr), host->GetCrossSectionPlane(node, nullptr, nullptr, nullptr),
+        host->GetExternalColor(node, nullptr, nullptr, nullptr, nullptr), host->GetIdRoot(nullptr),
+        host->GetNodeIDFromPath(nullptr, nullptr, nullptr), host->GetFirstUsername(node, nullptr, nullptr),
+        host->GetNextUsername(nullptr, nullptr), host->IsEmpty(nullptr), host->GetVersion(nullptr),
+        host->LODsAvailable(nullptr), host->IsUsingVertexArray(nullptr),
+    };
+    // clang-format on
     for (const HRESULT& status : done) EXPECT_EQ(status, STATUS_OK) << &status - done;
     EXPECT_EQ(Name(node), u"");
 }
@@ -145,11 +121,8 @@ TEST_F(Misuse, DeepChainsAreWalkedToTheEnd) {
     scene->TranslateExplode(top, 0, 1, 0, &error);
     EXPECT_EQ(Box(0), (Corners{0, -1, -1, 2, 1, 1}));
     EXPECT_EQ(Box(p.instance), Box(0));
-    BSTR path = nullptr;
-    scene->GetFullNodeName(p.instance, &path, &error);
     int found = 0;
-    scene->GetNodeIDFromPath(path, &found, &error);
-    SysFreeString(path);
+    scene->GetNodeIDFromPath(Text(Say(&T::GetFullNodeName, p.instance)).get(), &found, &error);
     EXPECT_EQ(found, p.instance);
     scene->ApplyExplodeToNodeMatrix(top, &error);
     EXPECT_EQ(Box(0), (Corners{0, 0, -1, 2, 2, 1}));
@@ -158,9 +131,10 @@ TEST_F(Misuse, DeepChainsAreWalkedToTheEnd) {
     EXPECT_EQ(Children(), Ids{});
 }
 
-double Misuse::Handle(int count) {
+// Processor time of `count` bolts that are linked, named, moved, boxed and removed one by one.
+double Handle(int count) {
     Scene fresh;
-    const Text bolt(u"Bolt");
+    const auto bolt = Text(u"Bolt");
     const int from = fresh.AddAssembly(), to = fresh.AddAssembly(from);
     const Placed p = fresh.AddMesh(Cube());
     Ids ids;
@@ -168,13 +142,13 @@ double Misuse::Handle(int count) {
     const std::clock_t start = std::clock();
     for (int i = 0; i < count; ++i) {
         ids.push_back(fresh.AddInstance(p.part, from));
-        fresh->SetNodeName(ids.back(), bolt, &error);
+        fresh->SetNodeName(ids.back(), bolt.get(), nullptr);
     }
-    for (const int id : ids) fresh->SetNodeName(id, bolt, &error);
-    for (const int id : ids) fresh->SetParent(id, to, &error);
-    for (const int id : ids) fresh->Translate(id, 1, 0, 0, &error);
-    for (const int id : ids) fresh->GetBoundBox(id, box, box + 3, &error);
-    for (const int id : ids) fresh->Remove(id, &error);
+    for (const int id : ids) fresh->SetNodeName(id, bolt.get(), nullptr);
+    for (const int id : ids) fresh->SetParent(id, to, nullptr);
+    for (const int id : ids) fresh->Translate(id, 1, 0, 0, nullptr);
+    for (const int id : ids) fresh->GetBoundBox(id, box, box + 3, nullptr);
+    for (const int id : ids) fresh->Remove(id, nullptr);
     return static_cast<double>(std::clock() - start);
 }
 
@@ -191,10 +165,8 @@ TEST_F(Misuse, HugeNamesPassWhole) {
     EXPECT_EQ(Rename(a, huge), huge);
     EXPECT_EQ(Rename(b, huge), huge + u" (1)");
     int found = 0;
-    scene->GetNodeIDFromPath(Text(u"//" + huge + u" (1)"), &found, &error);
+    scene->GetNodeIDFromPath(Text(u"//" + huge + u" (1)").get(), &found, &error);
     EXPECT_EQ(found, b);
-    scene->GetNodeIDFromPath(Text(u"//" + huge), &found, &error);
-    EXPECT_EQ(found, a);
 }
 
 }  // namespace

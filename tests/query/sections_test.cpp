@@ -77,22 +77,5 @@ TEST_F(Sections, CountWhatIsShownBelowTheNode) {
     EXPECT_EQ(error, 0);
 }
 
-TEST_F(Sections, TellTheirPlane) {
-    float point[3], normal[3];
-    const int empty = scene.AddAssembly(), cube = scene.AddMesh(Cube()).instance;
-    scene.SetSectionPlane(0, {1, 2, 3}, {0, 0, 5});
-    const auto plane = [&](int node) {
-        EXPECT_EQ(scene->GetCrossSectionPlane(node, point, normal, &error), STATUS_OK);
-        return std::array<float, 6>{point[0], point[1], point[2], normal[0], normal[1], normal[2]};
-    };
-    EXPECT_EQ(plane(empty), (std::array<float, 6>{0, 0, 0, 1, 0, 0}));
-    EXPECT_EQ(error, 1);
-    for (const int node : {cube, 0}) EXPECT_EQ(plane(node), (std::array<float, 6>{1, 2, 3, 0, 0, 1}));
-    LONG status = 9;
-    scene->EnableCrossSection(0, 0, &error);
-    scene->GetNodeCrossSectionStatus(cube, &status, &error);
-    EXPECT_EQ(status, 0);
-}
-
 }  // namespace
 }  // namespace tessera::test

@@ -22,9 +22,7 @@ TEST_F(Boxes, OfNothing) {
     scene->Translate(a, 50, 0, 0, &error);
     EXPECT_EQ(Box(a), kUnitBox);
     const int empty = scene.AddEmptyPart(a).instance;
-    int bare = 0;
-    scene->CreatePartInstance(&bare);
-    scene->SetParent(bare, a, &error);
+    const int bare = AddBareInstance(a);
     for (const int id : {empty, bare, a}) EXPECT_EQ(Box(id), kEmptyBox) << id;
     EXPECT_EQ(Box(0), kEmptyBox);
     // A disabled assembly counts like an empty one, a disabled instance like none.

@@ -12,31 +12,21 @@ class Names : public HostTest {
 protected:
     int AtPath(const std::u16string& path) {
         int id = 99;
-        EXPECT_EQ(scene->GetNodeIDFromPath(Text(path), &id, &error), STATUS_OK);
+        EXPECT_EQ(scene->GetNodeIDFromPath(Text(path).get(), &id, &error), STATUS_OK);
         EXPECT_EQ(error, id == -1 ? 0 : 1);
         return id;
     }
     int Named(int start, const std::u16string& name) {
         int id = 99;
-        EXPECT_EQ(scene->GetNodeIDFromName(start, Text(name), &id, &error), STATUS_OK);
+        EXPECT_EQ(scene->GetNodeIDFromName(start, Text(name).get(), &id, &error), STATUS_OK);
         EXPECT_EQ(error, 1);
         return id;
     }
-    std::u16string FullName(int node) {
-        BSTR name = nullptr;
-        scene->GetFullNodeName(node, &name, &error);
-        return Take(name);
-    }
-    std::u16string UserName(int node) {
-        BSTR name = nullptr;
-        scene->GetNodeUserName(node, &name, &error);
-        return Take(name);
-    }
+    std::u16string FullName(int node) { return Say(&T::GetFullNodeName, node); }
+    std::u16string UserName(int node) { return Say(&T::GetNodeUserName, node); }
     std::u16string PartName(const Placed& placed, const char16_t* name = nullptr) {
-        if (name) scene->SetPartName(placed.part, Text(name), &error);
-        BSTR out = nullptr;
-        scene->GetPartName(placed.instance, &out, &error);
-        return Take(out);
+        if (name) scene->SetPartName(placed.part, Text(name).get(), &error);
+        return Say(&T::GetPartName, placed.instance);
     }
 };
 
@@ -160,27 +150,22 @@ TEST_F(Names, OfPartsAreNumberedByOneCounter) {
     Scene other;
     const Placed s = other.AddEmptyPart();
     BSTR name = nullptr;
-    other->SetPartName(s.part, Text(u"default"), &error);
+    other->SetPartName(s.part, Text(u"default").get(), &error);
     other->GetPartName(s.instance, &name, &error);
-    EXPECT_EQ(number(Take(name)), start + 3);
-    int bare = 0;
-    scene->CreatePartInstance(&bare);
-    scene->SetParent(bare, 0, &error);
-    EXPECT_EQ(PartName({bare, 0}), u"");
+    EXPECT_EQ(number(name), start + 3);
+    SysFreeString(name);
+    EXPECT_EQ(PartName({AddBareInstance(), 0}), u"");
 }
 
 TEST_F(Names, OfUsersGoDownAndPropertiesStay) {
     const int a = scene.AddAssembly(), b = scene.AddEmptyPart(a).instance, c = scene.AddEmptyPart().instance;
     EXPECT_EQ(UserName(b), u"Unset");
-    scene->SetUserName(a, Text(u"Ada"), &error);
-    scene->SetUserName(c, Text(u"Bob"), &error);
+    scene->SetUserName(a, Text(u"Ada").get(), &error);
+    scene->SetUserName(c, Text(u"Bob").get(), &error);
     EXPECT_EQ(UserName(0) + u' ' + UserName(a) + u' ' + UserName(b) + u' ' + UserName(c), u"Unset Ada Ada Bob");
+    scene->SetPropertyString(a, Text(u"steel").get(), &error);
+    EXPECT_EQ(Say(&T::GetPropertyString, a) + u'|' + Say(&T::GetPropertyString, b), u"steel|");
     BSTR text = nullptr;
-    scene->SetPropertyString(a, Text(u"steel"), &error);
-    scene->GetPropertyString(a, &text, &error);
-    EXPECT_EQ(Take(text), u"steel");
-    scene->GetPropertyString(b, &text, &error);
-    EXPECT_EQ(Take(text), u"");
     // The list of user names is always empty.
     int empty = scene.AddAssembly();
     for (const int node : {0, a, b, empty}) {

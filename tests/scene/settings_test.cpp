@@ -14,10 +14,9 @@ using Query = HRESULT (ITessera::*)(int, LONG*, int*);
 
 class Settings : public HostTest {
 protected:
-    ITessera* Host() const { return scene.operator->(); }
     Rgb Color(Getter get, int node) {
         Rgb c = {-7, -7, -7};
-        (Host()->*get)(node, &c[0], &c[1], &c[2], &error);
+        (host->*get)(node, &c[0], &c[1], &c[2], &error);
         return c;
     }
     float Alpha(int node) {
@@ -42,17 +41,12 @@ constexpr struct {
 TEST_F(Settings, ColorsGoDownAndAreShared) {
     const int a = scene.AddAssembly();
     const Placed p = scene.AddMesh(Cube(), a), other = scene.AddMesh(Cube());
-    const int twin = scene.AddInstance(p.part), bare = [&] {
-        int id = 0;
-        scene->CreatePartInstance(&id);
-        scene->SetParent(id, a, &error);
-        return id;
-    }();
+    const int twin = scene.AddInstance(p.part), bare = AddBareInstance(a);
     for (const auto& color : kColors) {
         EXPECT_EQ(Color(color.get, p.instance), color.start);
         // Kept as given, out of range or not; the others stay.
         for (const Rgb& c : {Rgb{0.1F, 0.2F, 0.3F}, Rgb{-5, 7, 0}}) {
-            (Host()->*color.set)(a, c[0], c[1], c[2], &error);
+            (host->*color.set)(a, c[0], c[1], c[2], &error);
             EXPECT_EQ(Color(color.get, p.instance), c);
             EXPECT_EQ(Color(color.get, twin), c);
             EXPECT_EQ(Color(color.get, other.instance), color.start);
@@ -81,7 +75,7 @@ TEST_F(Settings, TheFirstColorOfAMeshBecomesThePartsUnlessOneWasSet) {
     // Any colour of the whole part ends it; the other colours of a mesh never reach the part.
     for (const auto& color : kColors) {
         const Placed p = scene.AddEmptyPart();
-        (Host()->*color.set)(p.instance, 0.4F, 0.4F, 0.4F, &error);
+        (host->*color.set)(p.instance, 0.4F, 0.4F, 0.4F, &error);
         scene->BeginTriMesh(p.part, &error);
         const Rgb before = Color(&ITessera::GetExternalColor, p.instance);
         scene->SetTriMeshExternalColor(p.part, 0.9F, 0.9F, 0.9F, &error);
@@ -99,9 +93,7 @@ TEST_F(Settings, NumbersOfAPartHaveLimits) {
     const int a = scene.AddAssembly();
     const Placed p = scene.AddMesh(Cube(), a);
     const int node = p.instance;
-    int bare = 0;
-    scene->CreatePartInstance(&bare);
-    scene->SetParent(bare, a, &error);
+    const int bare = AddBareInstance(a);
     EXPECT_FLOAT_EQ(Alpha(node), 0.99F);
     EXPECT_FLOAT_EQ(Alpha(bare), 0.901F);
     const std::pair<float, float> levels[] = {{0.5F, 0.5F}, {1.01F, 0.5F}, {2, 0.5F}, {1.0099F, 1.0099F},
@@ -127,21 +119,20 @@ TEST_F(Settings, NumbersOfAPartHaveLimits) {
     } numbers[] = {{&ITessera::SetPointTolerance, &ITessera::GetPointTolerance, 1e-9F},
                    {&ITessera::SetThresholdAngle, &ITessera::GetThresholdAngle, 40}};
     for (const auto& number : numbers) {
-        (Host()->*number.get)(node, &value, &error);
+        (host->*number.get)(node, &value, &error);
         EXPECT_EQ(value, number.start);
-        (Host()->*number.set)(a, 0.125F, &error);
-        (Host()->*number.get)(node, &value, &error);
+        (host->*number.set)(a, 0.125F, &error);
+        (host->*number.get)(node, &value, &error);
         EXPECT_EQ(value, 0.125F);
-        (Host()->*number.get)(bare, &value, &error);
+        (host->*number.get)(bare, &value, &error);
         EXPECT_EQ(value, 0);
     }
 }
 
 TEST_F(Settings, ModesGoToThePart) {
     const Placed p = scene.AddMesh(Cube(), scene.AddAssembly());
-    int bare = 0, options = 9;
-    scene->CreatePartInstance(&bare);
-    scene->SetParent(bare, 0, &error);
+    const int bare = AddBareInstance();
+    int options = 9;
     short mode = 9;
     scene->GetShadeMode(p.instance, &mode, &error);
     EXPECT_EQ(mode, 1);
@@ -178,20 +169,20 @@ TEST_F(Settings, SwitchesGoDownAndNotUp) {
         const int twin = scene.AddInstance(p.part, a);
         const auto state = [&](int node) {
             LONG value = 99;
-            (Host()->*c.get)(node, &value, &error);
+            (host->*c.get)(node, &value, &error);
             return value;
         };
         const LONG turned = 1 - c.start;
         for (const int node : {0, a, b, p.instance, twin}) EXPECT_EQ(state(node), c.start);
-        (Host()->*c.set)(b, turned, &error);
+        (host->*c.set)(b, turned, &error);
         EXPECT_EQ((Ids{state(0), state(a), state(b), state(p.instance), state(twin)}),
                   (Ids{c.start, c.start, turned, c.goesDown ? turned : c.start, c.start}));
-        (Host()->*c.set)(twin, turned, &error);
+        (host->*c.set)(twin, turned, &error);
         EXPECT_EQ((Ids{state(a), state(twin)}), (Ids{c.start, turned}));
     }
 }
 
-TEST_F(Settings, SectionPlanesKeepTheirNormalsLength) {
+TEST_F(Settings, SectionPlanesGoDown) {
     const int a = scene.AddAssembly(), empty = scene.AddAssembly();
     const Placed p = scene.AddMesh(Cube(), a), q = scene.AddMesh(Cube(), a);
     const auto plane = [&](int node) {
@@ -200,7 +191,7 @@ TEST_F(Settings, SectionPlanesKeepTheirNormalsLength) {
         EXPECT_EQ(error, 1);
         return at;
     };
-    const Corners start = {0, 0, 0, 1, 0, 0}, set = {1, 2, 3, 0, 4, 0};
+    const Corners start = {0, 0, 0, 1, 0, 0}, set = {1, 2, 3, 0, 1, 0};
     for (const int node : {0, a, empty, p.instance}) EXPECT_EQ(plane(node), start);
     scene.SetSectionPlane(a, {1, 2, 3}, {0, 4, 0});
     for (const int node : {0, a, p.instance, q.instance}) EXPECT_EQ(plane(node), set);
@@ -215,14 +206,10 @@ TEST_F(Settings, SectionPlanesKeepTheirNormalsLength) {
 TEST_F(Settings, TexturesAreNamedOnTheWholeSubtree) {
     const int a = scene.AddAssembly();
     const Placed p = scene.AddMesh(Cube(), a);
-    const auto texture = [&](int node) {
-        BSTR name = nullptr;
-        scene->GetEnvtexture(node, &name, &error);
-        return Take(name);
-    };
+    const auto texture = [&](int node) { return Say(&T::GetEnvtexture, node); };
     EXPECT_EQ(texture(p.instance), u"");
-    scene->SetEnvtexture(a, Text(u"one"), &error);
-    scene->SetEnvtexture(a, Text(u"two"), &error);
+    scene->SetEnvtexture(a, Text(u"one").get(), &error);
+    scene->SetEnvtexture(a, Text(u"two").get(), &error);
     EXPECT_EQ(texture(0) + u'|' + texture(a) + u'|' + texture(p.instance), u"|two|two");
 }
 
