@@ -1,8 +1,11 @@
-// How the build of a mesh grows with its size where the plain way of looking things up would be quadratic.
+// How the build of a mesh grows with its size where the plain way of looking things up would be quadratic, and what its
+// import from a stream costs beside it.
 #include <benchmark/benchmark.h>
 #include <tessera/tessera.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -54,6 +57,46 @@ Soup Torus(std::size_t n) {
     return soup;
 }
 
+template <class Value>
+void Put(std::vector<unsigned char>& stream, Value value) {
+    stream.resize(stream.size() + sizeof value);
+    std::memcpy(stream.data() + stream.size() - sizeof value, &value, sizeof value);
+}
+
+// The same torus as a version 719 stream: a block of normals, and a part.
+struct TorusStream {
+    explicit TorusStream(std::size_t n) {
+        const auto around = static_cast<std::uint32_t>(std::sqrt(static_cast<double>(n) / 2)),
+                   across = static_cast<std::uint32_t>(n / 2) / around;
+        Put(normals, around * across);
+        part.push_back(3);
+        for (int channel = 0; channel < 6; ++channel) Put(part, 0.5f);
+        Put(part, around * across);
+        for (std::uint32_t i = 0; i < around; ++i)
+            for (std::uint32_t j = 0; j < across; ++j) {
+                const double u = 2 * kPi * i / around, v = 2 * kPi * j / across;
+                for (const double x : {std::cos(v) * std::cos(u), std::cos(v) * std::sin(u), std::sin(v)})
+                    Put(normals, static_cast<float>(x));
+                for (const double x : {(2 + std::cos(v)) * std::cos(u), (2 + std::cos(v)) * std::sin(u), std::sin(v)})
+                    Put(part, static_cast<float>(x));
+            }
+        part.push_back(15);
+        triangles = 2 * around * across;
+        Put(part, triangles);
+        for (std::uint32_t i = 0; i < around; ++i)
+            for (std::uint32_t j = 0; j < across; ++j) {
+                const std::uint32_t next = (i + 1) % around, up = (j + 1) % across;
+                const std::uint32_t q[4] = {i * across + j, next * across + j, next * across + up, i * across + up};
+                for (const int half : {0, 1})
+                    for (int copy = 0; copy < 2; ++copy)  // normals, then vertices
+                        for (const std::uint32_t index : {q[0], q[1 + half], q[2 + half]}) Put(part, index);
+            }
+        part.push_back(17);
+    }
+    std::vector<unsigned char> normals, part;
+    std::uint32_t triangles = 0;
+};
+
 struct Scene {
     Scene() {
         int error = 0;
@@ -90,6 +133,20 @@ void BuildOf(benchmark::State& state, Soup soup) {
 void BuildTorus(benchmark::State& state) { BuildOf(state, Torus(static_cast<std::size_t>(state.range(0)))); }
 void BuildRod(benchmark::State& state) { BuildOf(state, Rod(static_cast<std::size_t>(state.range(0)))); }
 
+void ImportTorus(benchmark::State& state) {
+    TorusStream stream(static_cast<std::size_t>(state.range(0)));
+    for (auto _ : state) {
+        Scene scene;
+        int error = 0;
+        unsigned char *normals = stream.normals.data(), *part = stream.part.data();
+        scene.component->SetTDGImportVer(719);
+        scene.component->ImportTriNormals(&normals, &error);
+        scene.component->Import3DGPartElements(scene.part, &part, &error);
+        if (part != stream.part.data() + stream.part.size()) state.SkipWithError("not read to its end");
+    }
+    Report(state, stream.triangles);
+}
+
 // A larger tolerance on a finished mesh: some vertices merge, most do not.
 void WidenTolerance(benchmark::State& state) {
     Soup soup = Torus(static_cast<std::size_t>(state.range(0)));
@@ -108,5 +165,6 @@ void WidenTolerance(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(BuildTorus)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(ImportTorus)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BuildRod)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(WidenTolerance)->Arg(40000)->Arg(400000)->Unit(benchmark::kMillisecond);

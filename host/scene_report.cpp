@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "scene_walk.h"
 #include "text.h"
 
 namespace tessera::host {
@@ -49,7 +50,7 @@ void SceneReport::ReadTree() {
         waiting.pop_back();
         entries_.push_back(ReadNode(visit.id, visit.parent, visit.level));
         if (!entries_.back().assembly) continue;
-        const std::vector<int> children = Children(visit.id);
+        const std::vector<int> children = ChildrenOf(scene_, visit.id);
         for (auto child = children.rbegin(); child != children.rend(); ++child) {
             waiting.push_back({*child, visit.id, visit.level + 1});
         }
@@ -74,18 +75,6 @@ SceneReport::Entry SceneReport::ReadNode(int id, int parent, int level) {
     }
     BoxOf(scene_, id, entry.box);
     return entry;
-}
-
-// The engine keeps one position per assembly, so the children are listed before anything else is asked.
-std::vector<int> SceneReport::Children(int id) {
-    std::vector<int> children;
-    int child = 0;
-    int err = 0;
-    for (HRESULT status = scene_.GetFirstChild(id, &child, &err); status >= 0 && err == ErrDone;
-         status = scene_.GetNextChild(id, &child, &err)) {
-        children.push_back(child);
-    }
-    return children;
 }
 
 nlohmann::json SceneReport::Totals() const {

@@ -31,7 +31,6 @@ private:
 
     void ReadTree();
     Entry ReadNode(int id, int parent, int level);
-    std::vector<int> Children(int id);
     nlohmann::json Totals() const;
 
     ITessera& scene_;

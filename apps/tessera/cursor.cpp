@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "text.h"
+#include "scene_walk.h"
 
 namespace tessera::cli {
 
@@ -102,9 +102,7 @@ bool Cursor::Ask(ITessera& scene, What what, Found& found) {
 std::optional<Found> Cursor::Pick(ITessera& scene, What what) {
     Found found;
     if (!Ask(scene, what, found)) return std::nullopt;
-    BSTR path = nullptr;
-    int err = 0;
-    if (scene.GetFullNodeName(found.node, &path, &err) >= 0) found.path = host::TakeText(path);
+    found.path = host::PathOf(scene, found.node);
     return found;
 }
 

@@ -19,6 +19,7 @@ int Fail(const char* reason) {
 int Run(int argc, char** argv) {
     tessera::cli::RenderOptions render, section;
     tessera::cli::PickOptions pick;
+    tessera::cli::MeasureOptions measure;
     tessera::cli::Talk infoTalk;
     std::string infoModel;
     bool json = false;
@@ -51,6 +52,27 @@ int Run(int argc, char** argv) {
     sectionCommand->add_flag("-q,--quiet", section.talk.quiet, "Say nothing but errors on standard error");
     sectionCommand->footer("Example: tessera section gearbox.glb --plane 0,0,0:0,1,0");
 
+    CLI::App* measureCommand = app.add_subcommand("measure", "Measure volume, area, centre of mass and more");
+    measureCommand
+        ->add_option("MODEL", measure.picture.models, "Model files: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
+        ->required()
+        ->option_text("...");
+    measureCommand->add_option("--node", measure.path, "Path of the node to measure, as pick prints it")
+        ->option_text("PATH");
+    measureCommand
+        ->add_option("--precision", measure.precision,
+                     "Fineness of the volume's grid [1]; the time grows with its square, above 1 fourfold")
+        ->check(CLI::Range(0.001, 100.0).description(""))
+        ->option_text("P");
+    measureCommand
+        ->add_option_function<std::string>(
+            "--plane",
+            [&](const std::string& s) { measure.picture.section = tessera::cli::ParseSection("--plane", s); },
+            "Plane whose section's length is wanted too")
+        ->option_text("PX,PY,PZ:NX,NY,NZ");
+    measureCommand->add_flag("--json", measure.json, "Print JSON");
+    measureCommand->add_flag("-q,--quiet", measure.picture.talk.quiet, "Say nothing but errors on standard error");
+
     CLI::App* infoCommand = app.add_subcommand("info", "Print a model's tree, parts, boxes and totals");
     infoCommand->add_option("MODEL", infoModel, "Model file: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
         ->required()
@@ -67,6 +89,7 @@ int Run(int argc, char** argv) {
     if (renderCommand->parsed()) tessera::cli::Render(render);
     if (pickCommand->parsed()) tessera::cli::Pick(pick);
     if (sectionCommand->parsed()) tessera::cli::MeasureSection(section, json);
+    if (measureCommand->parsed()) tessera::cli::MeasureModel(measure);
     if (infoCommand->parsed()) tessera::cli::Info(infoModel, json, infoTalk);
     return std::fflush(stdout) == 0 ? kDone : Fail("standard output cannot be written");
 }

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "failure.h"
+#include "scene_walk.h"
 
 namespace tessera::cli {
 
@@ -36,7 +37,7 @@ void ModelView::Read() {
         if (i + 1 < options_.models.size()) next = std::make_unique<host::ModelImport>(options_.models[i + 1]);
         progress_.Show("building " + import_->Path(), -1);
         if (!camera_) camera_ = host::Camera::Named(options_.view, Vertical(import_->Result().up), lens_);
-        if (!options_.eye) host::IncludeModel(import_->Result(), *camera_);
+        if (!options_.eye && options_.explode == 0) host::IncludeModel(import_->Result(), *camera_);
         models_.push_back(loader.Add(*import_));
         import_ = std::move(next);
         const host::LoadedModel& model = models_.back();
@@ -53,6 +54,7 @@ void ModelView::Load() {
     Read();
     host::Box box;
     host::BoxOf(*scene_, 0, box);
+    if (options_.explode > 0) Explode(box);
     if (options_.eye) camera_ = PlacedCamera(box);
     camera_->Fit(box);
     SetLook(box);
@@ -69,6 +71,33 @@ host::Camera ModelView::PlacedCamera(const host::Box& box) const {
     for (std::size_t i = 0; i < 3; ++i) middle[i] = (box.min[i] + box.max[i]) / 2;
     const host::Vec3 up = Vertical(models_[0].up) == host::UpAxis::kY ? host::Vec3{0, 1, 0} : host::Vec3{0, 0, 1};
     return host::Camera::Placed(*options_.eye, options_.target.value_or(middle), options_.up.value_or(up), lens_);
+}
+
+// Moves the children of the first assembly that has several, and widens the box to what the view then shows.
+void ModelView::Explode(host::Box& box) const {
+    std::vector<int> children{0};
+    while (children.size() == 1) {
+        const int node = children[0];
+        int type = 0;
+        int err = 0;
+        if (scene_->GetNodeType(node, &type, &err) < 0 || type != 0) return;
+        children = host::ChildrenOf(*scene_, node);
+    }
+    const auto middle = [](const host::Box& b, std::size_t i) { return (b.min[i] + b.max[i]) / 2; };
+    const host::Box whole = box;
+    for (const int child : children) {
+        host::Box own;
+        if (!host::BoxOf(*scene_, child, own)) continue;
+        double move[3];
+        for (std::size_t i = 0; i < 3; ++i) {
+            move[i] = options_.explode * (middle(own, i) - middle(whole, i));
+            box.min[i] = std::min(box.min[i], own.min[i] + move[i]);
+            box.max[i] = std::max(box.max[i], own.max[i] + move[i]);
+        }
+        int err = 0;
+        scene_->TranslateExplode(child, static_cast<float>(move[0]), static_cast<float>(move[1]),
+                                 static_cast<float>(move[2]), &err);
+    }
 }
 
 // The plane that was asked for, or, to show the mode that draws nothing else, the one through the middle of the model
@@ -92,6 +121,7 @@ void ModelView::SetSection(const host::Box& box) const {
     scene_->EnableCrossSection(0, 1, &err);
     const bool clips = options_.section && options_.mode != ShadeSection && !options_.sectionLines;
     scene_->SwitchCrossSectionPlane(0, clips ? 1 : 0, &err);
+    scene_->EnableCrossSectionCapping(0, options_.cap && clips ? 1 : 0, &err);
     if (scene_->SetCrossSectionPlane(0, point, normal, &err) < 0) throw host::Failure("the engine cuts no sections");
 }
 

@@ -34,6 +34,7 @@ private:
     host::Camera PlacedCamera(const host::Box& box) const;
     void SetLook(const host::Box& box) const;
     void SetSection(const host::Box& box) const;
+    void Explode(host::Box& box) const;
 
     const RenderOptions& options_;
     const host::Lens lens_;

@@ -2,6 +2,7 @@
 
 #include <GL/gl.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "failure.h"
@@ -21,6 +22,16 @@ host::Smoothing SmoothingFor(const RenderOptions& options) {
                           options.mode == ShadeHighlight;
     const bool lines = options.overlay != Overlay::kNone || options.section || options.markLines;
     return surfaces && !lines ? host::Smoothing::kSupersample : host::Smoothing::kMultisample;
+}
+
+// The square is lit from both sides like a surface.
+void ShowPlane(const Section& section, ITessera& scene) {
+    float point[3];
+    float normal[3];
+    std::copy(section.point.begin(), section.point.end(), point);
+    std::copy(section.normal.begin(), section.normal.end(), normal);
+    int err = 0;
+    scene.DrawClipPlane(0, point, normal, &err);
 }
 
 // Red with a white rim, seen through everything.
@@ -65,7 +76,10 @@ void Picture::Draw(const ModelView& view) const {
         glPolygonOffset(1, 1);
     }
     int err = 0;
-    if (scene.Draw(0, DrawKindNormal, &err) < 0) throw host::Failure("the engine does not draw");
+    const HRESULT drawn =
+        options_.explode > 0 ? scene.DrawExplode(0, DrawKindNormal, &err) : scene.Draw(0, DrawKindNormal, &err);
+    if (options_.clipPlane) ShowPlane(*options_.section, scene);
+    if (drawn < 0) throw host::Failure("the engine does not draw");
     if (options_.sectionLines) {
         glDisable(GL_LIGHTING);
         glDisable(GL_DEPTH_TEST);

@@ -143,6 +143,13 @@ void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
                 "--section", [&](const std::string& s) { options.section = ParseSection("--section", s); },
                 "Plane by a point and a normal; what lies behind it, against the normal, is cut away")
             ->option_text("PX,PY,PZ:NX,NY,NZ");
+    command.add_flag("--cap", options.cap, "Fill the cut")->needs(section);
+    command.add_flag("--clip-plane", options.clipPlane, "Show the plane")->needs(section);
+    command
+        .add_option("--explode", options.explode,
+                    "Move the parts of the topmost assembly away from its middle, by so many times their distance")
+        ->check(CLI::Range(0.0, 100.0).description(""))
+        ->option_text("FACTOR");
     command
         .add_flag("--section-lines", options.sectionLines,
                   "Show the lines in which the plane cuts the whole model, in place of cutting")

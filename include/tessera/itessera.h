@@ -795,7 +795,9 @@ public:
     // Older versions: below 719 a mesh has one colour; below 448 there is no tag 16 and no tag 17, the first other byte
     // ends the list and is left there; below 424 triangles carry 3 vec3 normals in place of the indices, and there are
     // no level records nor the u8 15; below 423 a tag takes 4 bytes, of which the first counts.
-    // errCode: 1; 0 no such part; -1 an element is open. The stream does not move in those two cases. Status 0 always.
+    // A triangle with an index beyond the vertices or normals that are there is left out. errCode: 1; 0 no such part;
+    // -1 an element is open. The stream does not move in those two cases. Also -1 at a tag that opens nothing: the
+    // stream stands on it then, and what came before it is in the part. Status 0 always.
     virtual HRESULT Import3DGPartElements(int partID, unsigned char** dataStream, int* errCode) = 0;
 
     // Tells which 3DG version the streams to come have, for all components of the process. 0, the oldest, at first.

@@ -14,7 +14,6 @@
 
 namespace tessera {
 
-extern int g_tdgImportVer;
 struct PickQuery;
 
 // Writes an out argument that a host may have left null.
@@ -175,6 +174,9 @@ public:
     HRESULT DrawSimple(int nodeID, int* errCode) override;
     HRESULT ForceHiddenLineDrawing(VARIANT_BOOL flag, int* errCode) override;
 
+    // render/clip_plane_draw.cpp
+    HRESULT DrawClipPlane(int nodeID, float* ptOfPlane, float* vectOfPlane, int* errCode) override;
+
     // render/facade_levels.cpp
     HRESULT LODsAvailable(LONG* value) override;
     HRESULT ResetAcceleration() override;
@@ -183,6 +185,12 @@ public:
     HRESULT GetBoundBox(int nodeID, float* minPoint, float* maxPoint, int* errCode) override;
     HRESULT GetBoundBoxRelativeFrame(int nodeID, double* refereceMatrix, float* minPoint, float* maxPoint,
                                      int* errCode) override;
+
+    // query/facade_measures.cpp
+    HRESULT GetVolume(int nodeID, double* volume, int* errCode) override;
+    HRESULT GetSurfaceArea(int nodeID, double* area, int* errCode) override;
+    HRESULT GetCenterOfMass(int nodeID, float* centerX, float* centerY, float* centerZ, int* errCode) override;
+    HRESULT GetProjectedSurfaceXY(int nodeID, float* surface, int* errCode) override;
 
     // query/facade_sections.cpp
     HRESULT SetCrossSectionPlane(int nodeID, float* point, float* normal, int* errCode) override;
@@ -216,9 +224,10 @@ public:
                     LONG* picked, float* pPicked, float* center, float** pointsOfArc, int* nodePicked,
                     int* errCode) override;
 
-    // exchange/facade_normals.cpp
+    // exchange/facade_import.cpp
     HRESULT SetTDGImportVer(int tdgImpVer) override;
     HRESULT ImportTriNormals(unsigned char** dataStream, int* errCode) override;
+    HRESULT Import3DGPartElements(int partID, unsigned char** dataStream, int* errCode) override;
 
     // component/notes.cpp
     HRESULT Save(IStorage* arch) override;
@@ -241,19 +250,13 @@ public:
     HRESULT EnableNoteCrossSection(int noteID, LONG status, int* errCode) override;
 
     // component/unavailable.cpp
-    HRESULT GetVolume(int nodeID, double* volume, int* errCode) override;
-    HRESULT GetSurfaceArea(int nodeID, double* area, int* errCode) override;
-    HRESULT DrawClipPlane(int nodeID, float* ptOfPlane, float* vectOfPlane, int* errCode) override;
     HRESULT DrawLOD(int nodeID, int mode, float acc, int* errCode) override;
     HRESULT ComputeLODs(int nodeID, int numOfLods, float angle, float initAngle, float stepAngle, float minPctg,
                         float maxPtcg, int* errCode) override;
     HRESULT WriteVRML(BSTR fname) override;
-    HRESULT GetCenterOfMass(int nodeID, float* centerX, float* centerY, float* centerZ, int* errCode) override;
-    HRESULT GetProjectedSurfaceXY(int nodeID, float* surface, int* errCode) override;
     HRESULT WriteVRML_2(BSTR fname) override;
     HRESULT WriteTDPM(BSTR filename, int* errCode) override;
     HRESULT SaveCrossSection(BSTR filename, int* errCode) override;
-    HRESULT Import3DGPartElements(int partID, unsigned char** dataStream, int* errCode) override;
     HRESULT SetUseDisplayAcc(int nodeID, LONG accStatus, int* errCode) override;
     HRESULT DrawLODExplode(int nodeID, int mode, float acc, int* errCode) override;
     HRESULT SetDecimator(IUnknown* decimator) override;

@@ -11,20 +11,14 @@ HRESULT Unavailable(int* errCode = nullptr) {
 
 }  // namespace
 
-HRESULT CTessera::GetVolume(int, double*, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::GetSurfaceArea(int, double*, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::DrawClipPlane(int, float*, float*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::DrawLOD(int, int, float, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::ComputeLODs(int, int, float, float, float, float, float, int* errCode) {
     return Unavailable(errCode);
 }
 HRESULT CTessera::WriteVRML(BSTR) { return Unavailable(); }
-HRESULT CTessera::GetCenterOfMass(int, float*, float*, float*, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::GetProjectedSurfaceXY(int, float*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::WriteVRML_2(BSTR) { return Unavailable(); }
 HRESULT CTessera::WriteTDPM(BSTR, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::SaveCrossSection(BSTR, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::Import3DGPartElements(int, unsigned char**, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::SetUseDisplayAcc(int, LONG, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::DrawLODExplode(int, int, float, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::SetDecimator(IUnknown*) { return Unavailable(); }

@@ -13,6 +13,7 @@
 namespace tessera {
 
 class CTriMesh;
+class GraphicStream;
 struct PickHit;
 struct PickView;
 class SpoolFile;
@@ -58,6 +59,8 @@ public:
 
     // Writes the bulk of the data to the file and frees it; called by the memory watcher only.
     virtual void SpoolOut(const std::shared_ptr<SpoolFile>& file);
+    // Fills a new element from a stream that stands behind the element's tag.
+    virtual void ReadStream(GraphicStream&) {}
     // Brings spooled data back.
     virtual void Reload() {}
     virtual void SetSimpleShadeMode(short) {}
@@ -94,6 +97,7 @@ public:
     virtual bool PickCrossSectionEdge(const PickView&, const CMatrix&, PickHit&) { return false; }
     virtual bool PickSegment(const PickView&, const CMatrix&, PickHit&) { return false; }
     virtual bool PickArc(const PickView&, const CMatrix&, PickHit&) { return false; }
+    virtual double GetSurfaceArea() { return 0; }
     // Length of the line in which the section plane cuts the element, in units of its own frame.
     virtual float GetSectionLength(const CMatrix& /*matrix*/) { return 0; }
 

@@ -24,6 +24,9 @@ public:
     void AddPoint(const Vec3& p);
     void End();
 
+    // exchange/curve_import.cpp
+    void ReadStream(GraphicStream& stream) override;
+
     // render/point_set_draw.cpp
     void Draw(const CMatrix& matrix, int kind, int pass) override;
 

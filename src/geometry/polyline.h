@@ -36,6 +36,9 @@ public:
     // A single point is dropped, and the build stays open.
     void End();
 
+    // exchange/curve_import.cpp
+    void ReadStream(GraphicStream& stream) override;
+
     // render/polyline_draw.cpp
     void Draw(const CMatrix& matrix, int kind, int pass) override;
 

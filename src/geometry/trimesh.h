@@ -115,6 +115,9 @@ public:
     void SpoolOut(const std::shared_ptr<SpoolFile>& file) override;
     void Reload() override;
 
+    // exchange/trimesh_import.cpp
+    void ReadStream(GraphicStream& stream) override;
+
     // query/trimesh_pick.cpp, trimesh_surface.cpp, trimesh_section.cpp
     bool PickPoint(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
     bool PickEdge(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
@@ -125,6 +128,7 @@ public:
     bool PickSegment(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
     bool PickArc(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
     float GetSectionLength(const CMatrix& matrix) override;
+    double GetSurfaceArea() override;
 
     // render/trimesh_strips.cpp
     void BuildStrips();
@@ -172,6 +176,10 @@ private:
     TriangleIndex Flood(TriangleIndex first);
     void OrientNeighbours(TriangleIndex t, TriangleIndex& pending);
     void FlipTriangle(TriMeshTriangle& t);
+
+    // exchange/trimesh_import.cpp
+    void ReadVertices(GraphicStream& stream);
+    void ReadTriangles(GraphicStream& stream);
 
     // geometry/trimesh_normals.cpp
     void SmoothNormals(const std::vector<Vec3>& facets);

@@ -41,6 +41,19 @@ std::vector<SectionCut> CTriMesh::CutTriangles(const Plane& plane) const {
     return cuts;
 }
 
+// Each triangle by Heron's formula.
+double CTriMesh::GetSurfaceArea() {
+    const ReadLock lock(*this);
+    double area = 0;
+    for (const TriMeshTriangle& t : triangles_) {
+        const double a = Length(Corner(t, 1) - Corner(t, 0)), b = Length(Corner(t, 2) - Corner(t, 1)),
+                     c = Length(Corner(t, 0) - Corner(t, 2));
+        const double h = (a + b + c) * 0.5, w = (h - a) * (h - b) * (h - c) * h;
+        if (w >= 0) area += std::sqrt(w);  // needles may round below 0
+    }
+    return area;
+}
+
 // Whether the plane clips is of no concern here.
 float CTriMesh::GetSectionLength(const CMatrix& matrix) {
     const ReadLock lock(*this);

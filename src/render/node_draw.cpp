@@ -14,6 +14,11 @@ bool IsWanted(const CNode& node, int kind) { return (node.selected != 0) == (kin
 
 }  // namespace
 
+void CPartInstance::DrawAt(const CMatrix& placement, int kind, int pass, int flip) {
+    // Most draws need no box.
+    part_->DrawPart(placement, kind, pass, flip, part_->IsCapped() ? BoxAt(placement, false, CMatrix()) : boundBox);
+}
+
 void CAssembly::DrawNode(const CMatrix& M, int kind, int pass, int flip) {
     if (drawingEnabled == 0) return;
     exploded = false;
@@ -27,7 +32,7 @@ void CPartInstance::DrawNode(const CMatrix& M, int kind, int pass, int flip) {
     exploded = false;
     if (!IsWanted(*this, kind)) return;
     const ModelviewScope scope(transform);
-    part_->DrawPart(transform * M, kind, pass, mirrored ? !flip : flip);
+    DrawAt(transform * M, kind, pass, mirrored ? !flip : flip);
 }
 
 // A subtree does not know the winding above it: the mirror flags of assemblies are left out.
@@ -44,7 +49,7 @@ void CPartInstance::DrawSubtree(const CMatrix& M, int kind, int pass, int) {
     exploded = false;
     if (kind == DrawKindHighlight && selected == 0) return;
     const ModelviewScope scope(transform);
-    part_->DrawPart(transform * M, kind, pass, mirrored);
+    DrawAt(transform * M, kind, pass, mirrored);
 }
 
 // Explode displacements act in the world, behind all placements: the matrix that an instance draws under is no
@@ -65,7 +70,7 @@ void CPartInstance::DrawNodeExplode(const CMatrix& M, int kind, int pass, int fl
     if (!IsWanted(*this, kind)) return;
     const CMatrix placement = Placement(M, E);
     const ModelviewScope scope(placement);
-    part_->DrawPart(placement, kind, pass, mirrored ? !flip : flip);
+    DrawAt(placement, kind, pass, mirrored ? !flip : flip);
 }
 
 void CAssembly::DrawSubtreeExplode(const CMatrix& M, int kind, int pass, int flip, const CMatrix& E) {

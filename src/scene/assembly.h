@@ -37,6 +37,7 @@ public:
     void DrawSubtree(const CMatrix& M, int kind, int pass, int flip) override;
     void DrawSubtreeExplode(const CMatrix& M, int kind, int pass, int flip, const CMatrix& E) override;
     void DrawNodeSimple(const CMatrix& M) override;
+    void DrawClipPlane(const Vec3& point, const Vec3& normal) override;
 
     void SetEnvtexture(const String& text) override;
     void SpoolToFile(const std::shared_ptr<SpoolFile>& file) override;
@@ -88,6 +89,10 @@ public:
     BBox GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompute, const CMatrix& reference) override;
     bool Pick(PickKind kind, const PickView& view, const CMatrix& M, const CMatrix& E, PickHit& hit) override;
     float GetCrossSectionLength(const CMatrix& M) override;
+    double GetVolume() override;
+    double GetSurfaceArea() override;
+    double GetProjectedSurfaceXY() override;
+    Vec3 GetCenterOfMass(const CMatrix& M, const CMatrix& E) override;
 
 private:
     void Unlink(std::list<CNode*>::iterator child);

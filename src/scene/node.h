@@ -72,6 +72,9 @@ public:
     virtual void DrawSubtreeExplode(const CMatrix&, int, int, int, const CMatrix& /*E*/) {}
     virtual void DrawNodeSimple(const CMatrix&) {}
 
+    // Only an assembly draws the plane.
+    virtual void DrawClipPlane(const Vec3& /*point*/, const Vec3& /*normal*/) {}
+
     virtual void SetEnvtexture(const String& name) { envTexture = name; }
     virtual void SpoolToFile(const std::shared_ptr<SpoolFile>&) {}
     virtual void SetSelected(int value) { selected = value; }
@@ -127,7 +130,12 @@ public:
     }
     // query/node_pick.cpp: true if something was hit; hit is its place then, and else may hold anything.
     virtual bool Pick(PickKind, const PickView&, const CMatrix& /*M*/, const CMatrix& /*E*/, PickHit&) { return false; }
-    // query/node_sections.cpp: length of the section lines, without explode transforms, each in its part's units.
+    // query/node_measures.cpp: of all parts below, in each part's own units.
+    virtual double GetVolume() { return 0; }
+    virtual double GetSurfaceArea() { return 0; }
+    virtual double GetProjectedSurfaceXY() { return 0; }
+    virtual Vec3 GetCenterOfMass(const CMatrix& /*M*/, const CMatrix& /*E*/) { return {}; }
+    // query/node_pick.cpp: length of the section lines, without explode transforms, each in its part's units.
     virtual float GetCrossSectionLength(const CMatrix& /*M*/) { return 0; }
 
 protected:

@@ -1,18 +1,22 @@
 // Geometry and how it looks.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <vector>
 
 #include "geometry/element.h"
+#include "geometry/lod_group.h"
 #include "platform/text.h"
 
 namespace tessera {
 
 class CPointSet;
 class CPolyLine;
+class ColumnScan;
 class CTriMesh;
+class GraphicStream;
 class LineFilter;
 class TriNormalTable;
 struct PickHit;
@@ -42,10 +46,12 @@ struct PartState {
     float alpha = 0.99f;
     double cachedVolume = 0;  // below 1e-7: not known
     float volumePrecision = 1.0f;
+    double centerOfMass[3] = {0, 0, 0};  // found with the volume
     bool colourSet = false;              // a colour has been given to the whole part
     String name = FromAscii("No Name");  // CPart::DefaultName
     String envTextureName;
     unsigned envTexture = 0;  // OpenGL name of the loaded texture
+    std::vector<LodGroup> lodGroups;
 };
 
 // Not a node: part instances point at it and count themselves, and the last one deletes it.
@@ -84,6 +90,9 @@ public:
     void SetPolyLineColor(const Color& color);
     void SetPointSetColor(const Color& color);
 
+    // exchange/part_import.cpp. Adds the elements and levels of a stream.
+    bool ReadStream(GraphicStream& stream);
+
     // Stored unclamped here; the elements clamp what they take.
     void SetColor(ColorIndex index, const Color& color);
     void SetPointTolerance(float tolerance);
@@ -109,16 +118,34 @@ public:
     bool SurelyMisses(const LineFilter& line, const double world[16]) const;
     float GetSectionLength(const CMatrix& matrix);
 
+    // query/part_measures.cpp, in the part's own frame and units.
+    double GetVolume();
+    double GetSurfaceArea() const;
+    double GetProjectedSurfaceXY() const;
+    // In the frame to which the matrix leads. Not finite for a part without volume.
+    Vec3 GetCenterOfMass(const CMatrix& matrix);
+
     // render/part_draw.cpp
-    void DrawPart(const CMatrix& matrix, int kind, int pass, int flip);
+    // instanceBox: of the instance that is drawn, in the world; used while IsCapped.
+    void DrawPart(const CMatrix& matrix, int kind, int pass, int flip, const BBox& instanceBox);
+    // Whether cuts are filled in this draw.
+    bool IsCapped() const;
     void DrawSimple(const CMatrix& matrix, bool withBox);
 
 private:
     Color& ColorOf(ColorIndex index);
+    // query/part_measures.cpp
+    bool ScanBox(BBox& box) const;
+    void AddMeshesTo(ColumnScan& scan) const;
+    // render/part_draw.cpp
+    void DrawCapped(const CMatrix& matrix, int kind, int pass, const BBox& instanceBox);
     void RefreshShading();
     void RefreshShading(CElement& element) const;
+    void GiveColors(CElement& element) const;
     void Open(std::unique_ptr<CElement> element);
     void Close(bool keep);
+    void ReadElement(std::uint8_t tag, GraphicStream& stream);
+    void ReadLodGroups(GraphicStream& stream);
 
     std::vector<std::unique_ptr<CElement>> elements_;  // in order of completion
     std::unique_ptr<CElement> building_;

@@ -18,12 +18,16 @@ bool IsInRange(const Color& color) {
 }  // namespace
 
 // A new element starts with the part's colours.
+void CPart::GiveColors(CElement& element) const {
+    element.SetElementExternalColor(externalColor);
+    element.SetElementInternalColor(internalColor);
+    element.backgroundColor = backgroundColor;
+    element.borderColor = borderColor;
+    element.edgeColor = edgeColor;
+}
+
 void CPart::Open(std::unique_ptr<CElement> element) {
-    element->SetElementExternalColor(externalColor);
-    element->SetElementInternalColor(internalColor);
-    element->backgroundColor = backgroundColor;
-    element->borderColor = borderColor;
-    element->edgeColor = edgeColor;
+    GiveColors(*element);
     building_ = std::move(element);
 }
 

@@ -54,7 +54,10 @@ CMatrix CPartInstance::Placement(const CMatrix& M, const CMatrix& E) const {
 // Draws ask for the same boxes frame after frame, and the box of a part can cost a pass over its vertices.
 BBox CPartInstance::GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompute, const CMatrix& reference) {
     if (!part_ || drawingEnabled == 0) return BBox();
-    const CMatrix T = Placement(M, E);
+    return BoxAt(Placement(M, E), recompute, reference);
+}
+
+const BBox& CPartInstance::BoxAt(const CMatrix& T, bool recompute, const CMatrix& reference) {
     if (!recompute && boxMatrix_ && boxEpoch_ == gBoxEpoch && boxMatrix_->Equals(T) && boxReference_->Equals(reference))
         return boundBox;
     boxEpoch_ = gBoxEpoch;

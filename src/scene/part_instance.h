@@ -75,10 +75,17 @@ public:
     BBox GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompute, const CMatrix& reference) override;
     bool Pick(PickKind kind, const PickView& view, const CMatrix& M, const CMatrix& E, PickHit& hit) override;
     float GetCrossSectionLength(const CMatrix& M) override;
+    double GetVolume() override;
+    double GetSurfaceArea() override;
+    double GetProjectedSurfaceXY() override;
+    Vec3 GetCenterOfMass(const CMatrix& M, const CMatrix& E) override;
 
 private:
     // Own transform, and for an exploded node the explode transform, with those of the ancestors.
     CMatrix Placement(const CMatrix& M, const CMatrix& E) const;
+    // Under the whole placement, cached.
+    const BBox& BoxAt(const CMatrix& placement, bool recompute, const CMatrix& reference);
+    void DrawAt(const CMatrix& placement, int kind, int pass, int flip);
 
     CPart* part_ = nullptr;
     // The matrices for which boundBox holds, and the state of the geometry at that time.
