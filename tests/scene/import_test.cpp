@@ -165,8 +165,8 @@ TEST_F(Import, GivesWhatEachVersionSays) {
 TEST_F(Import, EndsWhereNothingCanBeRead) {
     // Version, whether an element comes first, the tag, the error code, and how much of the tag is taken.
     const int cases[][5] = {{719, 1, 9, -1, 0}, {719, 0, 9, -1, 0},  {719, 1, 15, -1, 0}, {719, 1, 17, 1, 1},
-                            {719, 0, 17, 1, 1}, {440, 1, 17, 1, 0},  {440, 1, 9, 1, 0},   {440, 0, 9, -1, 0},
-                            {440, 1, 16, 1, 0}, {440, 0, 16, -1, 0}, {400, 1, 0, 1, 0}};
+                            {719, 0, 17, 1, 1}, {447, 1, 17, 1, 0},  {440, 1, 9, 1, 0},   {440, 0, 9, -1, 0},
+                            {447, 1, 16, 1, 0}, {447, 0, 16, -1, 0}, {400, 1, 0, 1, 0}};
     for (const auto& [version, element, tag, code, taken] : cases) {
         Writer writer{version};
         if (element) writer.Set();
