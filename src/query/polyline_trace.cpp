@@ -63,20 +63,17 @@ void ArcGrowth::OpenWith(int first, int second, int third) {
     fit_.plane = PlaneThrough(At(a_), Cross(Normalized(At(third) - At(second)), Normalized(At(second) - At(first))));
 }
 
+// With the next point on either side, and for a section with the one behind it, where the next runs straight on.
 bool ArcGrowth::Open(bool forSection) {
-    if (Fits(b_, b_ + 1))
-        OpenWith(a_, b_, b_ + 1);
-    else if (Fits(a_ - 1, a_))
-        OpenWith(a_ - 1, a_, b_);
-    else if (!forSection || turn_ > kMostOpening)
-        return false;
-    else if (Fits(b_ + 1, b_ + 2))
-        OpenWith(a_, b_, b_ + 2);
-    else if (Fits(a_ - 2, a_ - 1))
-        OpenWith(a_ - 2, a_, b_);
-    else
-        return false;
-    return true;
+    for (int away = 1; away <= 2; ++away) {
+        const bool ahead = Fits(b_ + away - 1, b_ + away);
+        if (ahead || Fits(a_ - away, a_ - away + 1)) {
+            ahead ? OpenWith(a_, b_, b_ + away) : OpenWith(a_ - away, a_, b_);
+            return true;
+        }
+        if (!forSection || turn_ > kMostOpening) return false;
+    }
+    return false;
 }
 
 void ArcGrowth::Walk(int from, int step, double refitted, std::vector<Vec3>& arc) {
