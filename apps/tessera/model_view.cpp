@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "failure.h"
+#include "mesh_decimator.h"
 #include "scene_walk.h"
 
 namespace tessera::cli {
@@ -58,6 +59,14 @@ void ModelView::Load() {
     if (options_.eye) camera_ = PlacedCamera(box);
     camera_->Fit(box);
     SetLook(box);
+    if (!options_.lod) return;
+    progress_.Show("reducing", -1);
+    auto* const decimator = new host::MeshDecimator;
+    int err = 0;
+    scene_->SetDecimator(decimator);
+    decimator->Release();
+    scene_->ComputeLODs(0, 2, 0, 0, 0, 0, 0, &err);
+    Say("reduced");
 }
 
 // The axis that stands upright, from the first model's unless it was asked for.

@@ -76,8 +76,9 @@ void Picture::Draw(const ModelView& view) const {
         glPolygonOffset(1, 1);
     }
     int err = 0;
-    const HRESULT drawn =
-        options_.explode > 0 ? scene.DrawExplode(0, DrawKindNormal, &err) : scene.Draw(0, DrawKindNormal, &err);
+    const HRESULT drawn = options_.lod           ? scene.DrawLOD(0, DrawKindNormal, *options_.lod, &err)
+                          : options_.explode > 0 ? scene.DrawExplode(0, DrawKindNormal, &err)
+                                                 : scene.Draw(0, DrawKindNormal, &err);
     if (options_.clipPlane) ShowPlane(*options_.section, scene);
     if (drawn < 0) throw host::Failure("the engine does not draw");
     if (options_.sectionLines) {

@@ -167,6 +167,12 @@ void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
             "--background", [&](const std::string& text) { ParseBackground(text, options); },
             "Colour behind the model; two make a gradient from top to bottom")
         ->option_text("R,G,B[:R,G,B]");
+    command
+        .add_option(
+            "--lod", options.lod,
+            "Draw reduced levels, as for this acceleration: 0 chooses by distance alone, 220 leaves no full detail")
+        ->check(CLI::Range(0.0, 220.0).description(""))
+        ->option_text("ACC");
     command.add_flag("--immediate", options.immediate, "Draw in immediate mode, not with vertex arrays");
     command.add_option("--device", options.device, "EGL device to draw with, counted from 0; left out, the best one")
         ->check(CLI::NonNegativeNumber.description(""))

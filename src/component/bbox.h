@@ -19,6 +19,7 @@ struct BBox {
     void Add(const Vec3& p);
     double Diagonal() const;
     double DiagonalSquared() const;
+    double CenterX() const { return (static_cast<double>(xmin) + xmax) / 2; }
     double CenterY() const { return (static_cast<double>(ymin) + ymax) / 2; }
     double CenterZ() const { return (static_cast<double>(zmin) + zmax) / 2; }
     // Moves the two extreme corners and stores them as they come: under a rotation the result is

@@ -30,6 +30,7 @@ CTessera::CTessera() : m_root(new CAssembly), index_(m_root) {
 CTessera::~CTessera() {
     ClearTree();
     g_triNormalBase = 0;
+    if (decimator) decimator->Release();
     delete m_root;
     delete m_lastAssembly;
     delete m_lastPartInstance;

@@ -178,6 +178,12 @@ public:
     HRESULT DrawClipPlane(int nodeID, float* ptOfPlane, float* vectOfPlane, int* errCode) override;
 
     // render/facade_levels.cpp
+    HRESULT SetDecimator(IUnknown* decimator) override;
+    HRESULT ComputeLODs(int nodeID, int numOfLods, float angle, float initAngle, float stepAngle, float minPctg,
+                        float maxPtcg, int* errCode) override;
+    HRESULT SetUseDisplayAcc(int nodeID, LONG accStatus, int* errCode) override;
+    HRESULT DrawLOD(int nodeID, int mode, float acc, int* errCode) override;
+    HRESULT DrawLODExplode(int nodeID, int mode, float acc, int* errCode) override;
     HRESULT LODsAvailable(LONG* value) override;
     HRESULT ResetAcceleration() override;
 
@@ -250,16 +256,10 @@ public:
     HRESULT EnableNoteCrossSection(int noteID, LONG status, int* errCode) override;
 
     // component/unavailable.cpp
-    HRESULT DrawLOD(int nodeID, int mode, float acc, int* errCode) override;
-    HRESULT ComputeLODs(int nodeID, int numOfLods, float angle, float initAngle, float stepAngle, float minPctg,
-                        float maxPtcg, int* errCode) override;
     HRESULT WriteVRML(BSTR fname) override;
     HRESULT WriteVRML_2(BSTR fname) override;
     HRESULT WriteTDPM(BSTR filename, int* errCode) override;
     HRESULT SaveCrossSection(BSTR filename, int* errCode) override;
-    HRESULT SetUseDisplayAcc(int nodeID, LONG accStatus, int* errCode) override;
-    HRESULT DrawLODExplode(int nodeID, int mode, float acc, int* errCode) override;
-    HRESULT SetDecimator(IUnknown* decimator) override;
     HRESULT ScanGraphicData(int nodeID, int mode, IUnknown* graphicDataPtr, int* errCode) override;
     HRESULT ClearTextures(int* errCode) override;
     HRESULT ExportU3D(BSTR fname, float* pViews, ULONG numViews, VARIANT_BOOL useCompression) override;
@@ -284,6 +284,9 @@ private:
     void ForgetSpoolFiles() { spoolFiles.clear(); }
     void ClearTree();
     void DeleteDropped();
+    BBox SceneBox();
+    void DrawExploded(CNode* node, int mode);
+    void Accelerate(float acc);
     // query/facade_pick.cpp
     bool Pick(PickKind kind, const PickView& view, PickHit& hit);
     // Keeps what fails inside a surface pick from the host: false then.
@@ -301,9 +304,11 @@ private:
     CAssembly* m_lastAssembly = nullptr;
     CPartInstance* m_lastPartInstance = nullptr;
     CPart* m_lastPart = nullptr;
+    BBox sceneBox;          // parts point at it while levels may be drawn
     float accumulated = 0;  // acceleration of the draws with levels of detail
     bool reducedLast = true;
     bool lodsAvailable = false;
+    IDecimator* decimator = nullptr;  // with a reference
     bool useVertexArray = false;
     TriNormalTable triNormals;
     std::vector<std::shared_ptr<SpoolFile>> spoolFiles;

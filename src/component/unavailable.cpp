@@ -11,17 +11,10 @@ HRESULT Unavailable(int* errCode = nullptr) {
 
 }  // namespace
 
-HRESULT CTessera::DrawLOD(int, int, float, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::ComputeLODs(int, int, float, float, float, float, float, int* errCode) {
-    return Unavailable(errCode);
-}
 HRESULT CTessera::WriteVRML(BSTR) { return Unavailable(); }
 HRESULT CTessera::WriteVRML_2(BSTR) { return Unavailable(); }
 HRESULT CTessera::WriteTDPM(BSTR, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::SaveCrossSection(BSTR, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::SetUseDisplayAcc(int, LONG, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::DrawLODExplode(int, int, float, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::SetDecimator(IUnknown*) { return Unavailable(); }
 HRESULT CTessera::ScanGraphicData(int, int, IUnknown*, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::ClearTextures(int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::ExportU3D(BSTR, float*, ULONG, VARIANT_BOOL) { return Unavailable(); }

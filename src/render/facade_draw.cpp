@@ -33,30 +33,37 @@ HRESULT CTessera::DrawSimple(int nodeID, int* errCode) {
     return STATUS_OK;
 }
 
-// Selected instances come last, over a fresh depth buffer, the transparent pass ahead of the opaque one.
+BBox CTessera::SceneBox() {
+    const CMatrix identity;
+    return m_root->GetBoundBox(identity, identity, false, identity);
+}
+
 HRESULT CTessera::DrawExplode(int nodeID, int mode, int* errCode) {
     CNode* const node = NodeOf(nodeID, errCode);
     if (!node) return STATUS_FAIL;
     const HostState state;
+    m_root->SetUseDisplayAcc(false, 10.0f, SceneBox());
+    DrawExploded(node, mode);
+    return STATUS_OK;
+}
+
+// Selected instances come last, over a fresh depth buffer, the transparent pass ahead of the opaque one.
+void CTessera::DrawExploded(CNode* node, int mode) {
     glEnable(GL_NORMALIZE);
     const CMatrix identity;
-    const BBox sceneBox = m_root->GetBoundBox(identity, identity, false, identity);
-    m_root->SetUseDisplayAcc(false, 10.0f, sceneBox);
-    glEnable(GL_NORMALIZE);
     if (node != m_root) {
         const CMatrix above = Above(node), explode = ExplodeAbove(node);
         for (int pass = 0; pass < 2; ++pass) node->DrawSubtreeExplode(above, mode, pass, 0, explode);
-        return STATUS_OK;
+        return;
     }
     gSelectedSeen = gTransparentSeen = false;
     m_root->DrawNodeExplode(identity, mode, 0, 0, identity);
     if (gTransparentSeen) m_root->DrawNodeExplode(identity, mode, 1, 0, identity);
     m_root->DrawNodeExplode(identity, mode, 2, 0, identity);
-    if (!gSelectedSeen) return STATUS_OK;
+    if (!gSelectedSeen) return;
     glClear(GL_DEPTH_BUFFER_BIT);
     if (gTransparentSeen) m_root->DrawNodeExplode(identity, DrawKindHighlight, 1, 0, identity);
     m_root->DrawNodeExplode(identity, DrawKindHighlight, 0, 0, identity);
-    return STATUS_OK;
 }
 
 HRESULT CTessera::ForceHiddenLineDrawing(VARIANT_BOOL flag, int* errCode) {

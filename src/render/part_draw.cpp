@@ -22,6 +22,7 @@ void CPart::DrawPart(const CMatrix& matrix, int kind, int pass, int flip, const 
     if (pass == 2 && optionsShadeMode != 2) return;
     glFrontFace(flip ? GL_CW : GL_CCW);
     if (IsCapped()) return DrawCapped(matrix, kind, pass, instanceBox);
+    if (IsReduced()) return DrawLevels(matrix, kind, pass, instanceBox);
     for (const auto& element : elements_) element->Draw(matrix, kind, pass);
 }
 

@@ -130,6 +130,10 @@ void CAssembly::SetZoomFactor(float value) {
     for (CNode* child : children_) child->SetZoomFactor(value);
 }
 
+void CAssembly::ComputeLODs(IDecimator* decimator) {
+    for (CNode* child : children_) child->ComputeLODs(decimator);
+}
+
 void CAssembly::SetUseDisplayAcc(bool status, float accuracy, const BBox& sceneBox) {
     CNode::SetUseDisplayAcc(status, accuracy, sceneBox);
     for (CNode* child : children_) child->SetUseDisplayAcc(status, accuracy, sceneBox);

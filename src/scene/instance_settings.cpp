@@ -133,6 +133,10 @@ void CPartInstance::EnableCrossSectionCapping(int value) {
     if (part_) part_->cappingEnabled = value;
 }
 
+void CPartInstance::ComputeLODs(IDecimator* decimator) {
+    if (part_) part_->ComputePartLods(decimator);
+}
+
 void CPartInstance::SetUseDisplayAcc(bool status, float accuracy, const BBox& sceneBox) {
     CNode::SetUseDisplayAcc(status, accuracy, sceneBox);
     if (!part_) return;

@@ -13,6 +13,7 @@ namespace tessera {
 
 class CAssembly;
 class CPart;
+class IDecimator;
 class SpoolFile;
 struct Color;
 struct PickHit;
@@ -111,6 +112,7 @@ public:
     virtual void SwitchPointSetVisibility(int value) { pointSetVisible = value; }
     virtual void SetVertexVisible(int value) { vertexVisible = value; }
     virtual void SetCamera(const float view[6]);
+    virtual void ComputeLODs(IDecimator*) {}
     virtual void SetZoomFactor(float value) { zoomFactor = value; }
     virtual void SetPickTolerance(float) {}
     virtual void SetPrintingStatus(int) {}

@@ -33,6 +33,13 @@ Color& CPart::ColorOf(ColorIndex index) {
 void CPart::SetColor(ColorIndex index, const Color& color) {
     ColorOf(index) = color;
     colourSet = true;
+    if (index == ExternalColor)
+        for (LodGroup& group : lodGroups)
+            for (MeshBlock& block : group.blocks) {
+                block.color[0] = color.red;
+                block.color[1] = color.green;
+                block.color[2] = color.blue;
+            }
     for (const auto& element : elements_) switch (index) {
             case ExternalColor: element->SetElementExternalColor(color); break;
             case InternalColor: element->SetElementInternalColor(color); break;
@@ -89,6 +96,8 @@ void CPart::SetViewingType(short code) {
 void CPart::SetTransparency(float level) {
     if (!(level < kAlphaLimit)) return;
     alpha = level;
+    for (LodGroup& group : lodGroups)
+        for (MeshBlock& block : group.blocks) block.color[3] = level;
     RefreshShading();
 }
 

@@ -14,6 +14,7 @@ namespace tessera {
 
 class CPointSet;
 class CPolyLine;
+class IDecimator;
 class ColumnScan;
 class CTriMesh;
 class GraphicStream;
@@ -51,6 +52,7 @@ struct PartState {
     String name = FromAscii("No Name");  // CPart::DefaultName
     String envTextureName;
     unsigned envTexture = 0;  // OpenGL name of the loaded texture
+    bool lodsComputed = false;
     std::vector<LodGroup> lodGroups;
 };
 
@@ -128,8 +130,12 @@ public:
     // render/part_draw.cpp
     // instanceBox: of the instance that is drawn, in the world; used while IsCapped.
     void DrawPart(const CMatrix& matrix, int kind, int pass, int flip, const BBox& instanceBox);
-    // Whether cuts are filled in this draw.
+    // Whether cuts are filled in this draw, and whether levels of detail stand in for the elements.
     bool IsCapped() const;
+    bool IsReduced() const;
+
+    // render/part_levels.cpp: once a part.
+    void ComputePartLods(IDecimator* decimator);
     void DrawSimple(const CMatrix& matrix, bool withBox);
 
 private:
@@ -138,6 +144,8 @@ private:
     bool ScanBox(BBox& box) const;
     void AddMeshesTo(ColumnScan& scan) const;
     // render/part_draw.cpp
+    void DrawLevels(const CMatrix& matrix, int kind, int pass, const BBox& instanceBox);
+    int ChooseLevel(const BBox& instanceBox);
     void DrawCapped(const CMatrix& matrix, int kind, int pass, const BBox& instanceBox);
     void RefreshShading();
     void RefreshShading(CElement& element) const;

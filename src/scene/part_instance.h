@@ -63,6 +63,7 @@ public:
     void SetZoomFactor(float value) override;
     void SetPickTolerance(float value) override;
     void SetPrintingStatus(int value) override;
+    void ComputeLODs(IDecimator* decimator) override;
     void SetUseDisplayAcc(bool status, float accuracy, const BBox& sceneBox) override;
     void SetCrossSectionPlane(const Vec3& point, const Vec3& normal) override;
     bool GetCrossSectionPlane(Vec3& point, Vec3& normal) override;
