@@ -1,12 +1,16 @@
 #include "model_view.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
 
 #include "failure.h"
 #include "mesh_decimator.h"
 #include "scene_walk.h"
+#include "text.h"
 
 namespace tessera::cli {
 
@@ -149,6 +153,14 @@ void ModelView::SetLook(const host::Box& box) const {
     scene_->UseVertexArray(options_.immediate ? 0 : 1);
     scene_->SetViewingType(0, options_.parallel ? 1 : 0, &err);
     scene_->SetShadeMode(0, options_.mode, &err);
+    if (options_.mode == ShadeEnvMap || !options_.texture.empty()) {
+        const bool isFile = !options_.texture.empty() && options_.texture.rfind("KM", 0) != 0;
+        if (isFile && !std::ifstream(options_.texture)) {
+            throw host::Failure("cannot read the texture " + options_.texture + ": " + std::strerror(errno));
+        }
+        const host::EngineText name(options_.texture.empty() ? "KMDefault" : options_.texture);
+        for (const int instance : host::InstancesOf(*scene_, 0)) scene_->SetEnvtexture(instance, name.Get(), &err);
+    }
     scene_->SetOptionsShadeMode(0, options_.overlay == Overlay::kVertices ? 2 : 0, &err);
     float eye[3];
     float target[3];

@@ -173,6 +173,10 @@ void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
             "Draw reduced levels, as for this acceleration: 0 chooses by distance alone, 220 leaves no full detail")
         ->check(CLI::Range(0.0, 220.0).description(""))
         ->option_text("ACC");
+    command
+        .add_option("--texture", options.texture,
+                    "Reflection image of mode env-map: KMDefault (the default), KMStripes or a BMP file")
+        ->option_text("NAME");
     command.add_flag("--immediate", options.immediate, "Draw in immediate mode, not with vertex arrays");
     command.add_option("--device", options.device, "EGL device to draw with, counted from 0; left out, the best one")
         ->check(CLI::NonNegativeNumber.description(""))

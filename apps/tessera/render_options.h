@@ -47,6 +47,7 @@ struct RenderOptions {
     double explode = 0;         // how far parts move apart, in distances from the middle
     bool sectionLines = false;  // over the whole model, in place of the clipping
     bool markLines = false;     // the picture gets lines from elsewhere
+    std::string texture;        // reflection image of mode env-map
     std::optional<float> lod;   // acceleration that levels of detail are chosen for
     bool immediate = false;
     int device = -1;

@@ -121,7 +121,7 @@ HRESULT CTessera::CreatePartInstance(int* newID) {
 HRESULT CTessera::CreatePart(int* newID) {
     delete m_lastPart;
     m_lastPart = nullptr;
-    m_lastPart = new CPart(&triNormals);
+    m_lastPart = new CPart(&triNormals, &textures);
     m_lastPart->id = ++m_lastId;
     m_lastPart->SetEnvtexture(FromAscii("KMDefault"));
     Give(newID, m_lastId);

@@ -8,6 +8,7 @@
 #include "component/node_index.h"
 #include "geometry/tri_normal_table.h"
 #include "platform/spool_file.h"
+#include "render/texture_cache.h"
 #include "scene/assembly.h"
 #include "scene/part_instance.h"
 #include "tessera/tessera.h"
@@ -172,6 +173,7 @@ public:
     HRESULT Draw(int nodeID, int mode, int* errCode) override;
     HRESULT DrawExplode(int nodeID, int mode, int* errCode) override;
     HRESULT DrawSimple(int nodeID, int* errCode) override;
+    HRESULT ClearTextures(int* errCode) override;
     HRESULT ForceHiddenLineDrawing(VARIANT_BOOL flag, int* errCode) override;
 
     // render/clip_plane_draw.cpp
@@ -261,7 +263,6 @@ public:
     HRESULT WriteTDPM(BSTR filename, int* errCode) override;
     HRESULT SaveCrossSection(BSTR filename, int* errCode) override;
     HRESULT ScanGraphicData(int nodeID, int mode, IUnknown* graphicDataPtr, int* errCode) override;
-    HRESULT ClearTextures(int* errCode) override;
     HRESULT ExportU3D(BSTR fname, float* pViews, ULONG numViews, VARIANT_BOOL useCompression) override;
 
 private:
@@ -311,6 +312,7 @@ private:
     IDecimator* decimator = nullptr;  // with a reference
     bool useVertexArray = false;
     TriNormalTable triNormals;
+    TextureCache textures;
     std::vector<std::shared_ptr<SpoolFile>> spoolFiles;
     // Assemblies that a host moved under one of their own descendants: out of the tree, and owned by nobody.
     std::vector<CNode*> dropped_;

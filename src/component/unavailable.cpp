@@ -16,7 +16,6 @@ HRESULT CTessera::WriteVRML_2(BSTR) { return Unavailable(); }
 HRESULT CTessera::WriteTDPM(BSTR, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::SaveCrossSection(BSTR, int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::ScanGraphicData(int, int, IUnknown*, int* errCode) { return Unavailable(errCode); }
-HRESULT CTessera::ClearTextures(int* errCode) { return Unavailable(errCode); }
 HRESULT CTessera::ExportU3D(BSTR, float*, ULONG, VARIANT_BOOL) { return Unavailable(); }
 
 }  // namespace tessera

@@ -72,4 +72,10 @@ HRESULT CTessera::ForceHiddenLineDrawing(VARIANT_BOOL flag, int* errCode) {
     return STATUS_OK;
 }
 
+HRESULT CTessera::ClearTextures(int* errCode) {
+    textures.Clear();
+    Give(errCode, static_cast<int>(ErrDone));
+    return STATUS_OK;
+}
+
 }  // namespace tessera

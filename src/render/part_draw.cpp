@@ -5,6 +5,7 @@
 #include "render/element_state.h"
 #include "render/line_colors.h"
 #include "render/plane_quad.h"
+#include "render/texture_cache.h"
 #include "scene/part.h"
 #include "tessera/itessera.h"
 
@@ -21,9 +22,16 @@ bool CPart::IsCapped() const { return cappingEnabled != 0 && crossSectionEnabled
 void CPart::DrawPart(const CMatrix& matrix, int kind, int pass, int flip, const BBox& instanceBox) {
     if (pass == 2 && optionsShadeMode != 2) return;
     glFrontFace(flip ? GL_CW : GL_CCW);
+    if (shadeMode == ShadeEnvMap && !envTextureName.empty() && textures_) FetchTexture();
     if (IsCapped()) return DrawCapped(matrix, kind, pass, instanceBox);
     if (IsReduced()) return DrawLevels(matrix, kind, pass, instanceBox);
     for (const auto& element : elements_) element->Draw(matrix, kind, pass);
+}
+
+void CPart::FetchTexture() {
+    envTexture = textures_->GetTexture(envTextureName);
+    for (const auto& element : elements_)
+        if (element->GetKind() == 0) static_cast<CTriMesh&>(*element).SetTextureId(envTexture);
 }
 
 // Each fragment of the clipped surfaces turns the stencil bit over. Where an odd number of them covers a pixel, the

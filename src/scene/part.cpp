@@ -7,7 +7,7 @@
 
 namespace tessera {
 
-CPart::CPart(TriNormalTable* normals) : triNormals_(normals) {}
+CPart::CPart(TriNormalTable* normals, TextureCache* textures) : triNormals_(normals), textures_(textures) {}
 CPart::~CPart() = default;
 
 const String& CPart::DefaultName() {

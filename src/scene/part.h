@@ -19,6 +19,7 @@ class ColumnScan;
 class CTriMesh;
 class GraphicStream;
 class LineFilter;
+class TextureCache;
 class TriNormalTable;
 struct PickHit;
 struct PickView;
@@ -59,8 +60,8 @@ struct PartState {
 // Not a node: part instances point at it and count themselves, and the last one deletes it.
 class CPart : public PartState {
 public:
-    // The table is shared and not owned.
-    explicit CPart(TriNormalTable* normals);
+    // The table and the cache are shared and not owned.
+    explicit CPart(TriNormalTable* normals, TextureCache* textures = nullptr);
     ~CPart();
     // What a part is called until it is given a name; many may be called so at once.
     static const String& DefaultName();
@@ -146,6 +147,7 @@ private:
     // render/part_draw.cpp
     void DrawLevels(const CMatrix& matrix, int kind, int pass, const BBox& instanceBox);
     int ChooseLevel(const BBox& instanceBox);
+    void FetchTexture();
     void DrawCapped(const CMatrix& matrix, int kind, int pass, const BBox& instanceBox);
     void RefreshShading();
     void RefreshShading(CElement& element) const;
@@ -161,6 +163,7 @@ private:
     CPolyLine* openPolyLine_ = nullptr;
     CPointSet* openPointSet_ = nullptr;
     TriNormalTable* triNormals_;
+    TextureCache* textures_;
     std::mutex lock_;  // keeps the memory watcher off while elements_ changes
 };
 

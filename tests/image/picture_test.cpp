@@ -20,6 +20,10 @@ constexpr float kUnit = 64;  // pixels
 
 struct Pixel {
     int r, g, b;
+    bool Painted() const { return r + g + b > 0; }  // the pictures are cleared to black
+    bool Is(float red, float green, float blue) const {
+        return std::abs(r - 255 * red) <= 3 && std::abs(g - 255 * green) <= 3 && std::abs(b - 255 * blue) <= 3;
+    }
 };
 
 Pixel At(const Image& image, int x, int y) {
@@ -27,25 +31,18 @@ Pixel At(const Image& image, int x, int y) {
     return {p[0], p[1], p[2]};
 }
 
-Pixel AtPoint(const Image& image, float x, float y) {
-    return At(image, int(std::lround(kSize / 2 + kUnit * x - 0.5F)), int(std::lround(kSize / 2 + kUnit * y - 0.5F)));
+Pixel AtPoint(const Image& image, double x, double y) {
+    return At(image, int(std::floor(kSize / 2 + kUnit * x)), int(std::floor(kSize / 2 + kUnit * y)));
 }
-
-bool Near(const Pixel& p, float r, float g, float b) {
-    return std::abs(p.r - 255 * r) <= 3 && std::abs(p.g - 255 * g) <= 3 && std::abs(p.b - 255 * b) <= 3;
-}
-
-bool Painted(const Pixel& p) { return p.r + p.g + p.b > 0; }  // the pictures are cleared to black
 
 int Count(const Image& image, const std::function<bool(int x, int y, Pixel p)>& wanted) {
     int count = 0;
-    for (int y = 0; y < kSize; ++y)
-        for (int x = 0; x < kSize; ++x) count += wanted(x, y, At(image, x, y));
+    for (int i = 0; i < kSize * kSize; ++i) count += wanted(i % kSize, i / kSize, At(image, i % kSize, i / kSize));
     return count;
 }
 
 int Area(const Image& image) {
-    return Count(image, [](int, int, Pixel p) { return Painted(p); });
+    return Count(image, [](int, int, Pixel p) { return p.Painted(); });
 }
 
 class Picture : public ::testing::Test {
@@ -57,13 +54,9 @@ protected:
         RecordProperty("OpenGL", context_.Describe());
         const float white[] = {1, 1, 1, 1}, black[] = {0, 0, 0, 1}, towards[] = {0, 0, 1, 0};
         glMatrixMode(GL_PROJECTION);
-        glLoadIdentity();
         glOrtho(-2, 2, -2, 2, -10, 10);
         glMatrixMode(GL_MODELVIEW);
-        glLoadIdentity();
-        glEnable(GL_DEPTH_TEST);
-        glEnable(GL_LIGHTING);
-        glEnable(GL_LIGHT0);
+        for (const GLenum capability : {GL_DEPTH_TEST, GL_LIGHTING, GL_LIGHT0}) glEnable(capability);
         glLightfv(GL_LIGHT0, GL_POSITION, towards);
         glLightfv(GL_LIGHT0, GL_DIFFUSE, white);
         glLightfv(GL_LIGHT0, GL_SPECULAR, black);
@@ -80,11 +73,14 @@ protected:
         scene.SetCamera({0, 0, 50}, {0, 0, 0});
         return placed;
     }
-
     Image Draw(int kind = 0) {
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
         scene.Draw(0, kind);
         return context_.Read();
+    }
+    Image DrawMode(int mode) {
+        scene.SetShadeMode(0, mode);
+        return Draw();
     }
 
 private:
@@ -95,72 +91,43 @@ protected:
     int error = 0;
 };
 
-TEST_F(Picture, SurfaceModesCoverTheSilhouetteOfACube) {
-    struct View {
-        const char* name;
-        float turn, tilt;  // degrees about y, then x
-        double area;       // in square units
-    };
+// Seen from the front, over an edge and over a corner; in every surface mode, by arrays and without.
+TEST_F(Picture, SurfacesCoverTheirSilhouette) {
     const float corner = float(std::atan(std::sqrt(0.5)) * 180 / std::acos(-1.0));
-    const View views[] = {
-        {"front", 0, 0, 4}, {"edge", 45, 0, 4 * std::sqrt(2.0)}, {"corner", 45, corner, 4 * std::sqrt(3.0)}};
-    const Placed cube = Add(Cube());
-    for (const View& view : views)
+    Add(Cube());
+    for (const auto& [turn, tilt, area] : {std::array{0.0F, 0.0F, 4.0F}, {45, 0, 5.65685F}, {45, corner, 6.92820F}})
         for (const int mode : {0, 1, 4, 6, 10, 11}) {
             glLoadIdentity();
-            glRotatef(view.tilt, 1, 0, 0);
-            glRotatef(view.turn, 0, 1, 0);
-            scene.SetShadeMode(cube.instance, mode);
+            glRotatef(tilt, 1, 0, 0);
+            glRotatef(turn, 0, 1, 0);
+            scene->UseVertexArray(0);
+            const Image immediate = DrawMode(mode);
             // Lines stand over the border by half a pixel.
-            const double slack = mode == 4 || mode == 6 ? 350 : 150;
-            EXPECT_NEAR(Area(Draw()), view.area * kUnit * kUnit, slack) << view.name << ", mode " << mode;
+            EXPECT_NEAR(Area(immediate), area * kUnit * kUnit, mode == 4 || mode == 6 ? 350 : 150) << mode;
+            scene->UseVertexArray(1);
+            EXPECT_TRUE(Draw().rgba == immediate.rgba) << mode;
         }
-}
-
-TEST_F(Picture, FlatAndSmoothCoverTheSamePixels) {
-    glRotatef(20, 1, 0, 0);
-    glRotatef(30, 0, 1, 0);
-    for (const TestMesh& mesh :
-         {Cube(), OpenBox(), Sheet(1, 1), ThreeOnAnEdge(), Sphere(), Cylinder(48), Cylinder(6)}) {
-        const Placed placed = Add(mesh);
-        scene.SetShadeMode(placed.instance, 0);
-        const Image flat = Draw();
-        scene.SetShadeMode(placed.instance, 1);
-        const Image smooth = Draw();
+    for (const TestMesh& mesh : {OpenBox(), Sheet(1, 1), ThreeOnAnEdge(), Sphere(), Cylinder(48), Cylinder(6)}) {
+        scene->Remove(0, &error);
+        Add(mesh);
+        const Image flat = DrawMode(0), smooth = DrawMode(1);
         EXPECT_GT(Area(flat), 1000) << mesh.name;
-        EXPECT_EQ(Count(flat, [&](int x, int y, Pixel p) { return Painted(p) != Painted(At(smooth, x, y)); }), 0)
-            << mesh.name;
-        scene->Remove(placed.instance, &error);
-    }
-}
-
-TEST_F(Picture, ArraysAndImmediateModeAreOnePicture) {
-    const Placed cylinder = Add(Cylinder(48));
-    const Placed ball = Add(Sphere(), 0.3F, 0.4F, 0.9F);
-    scene.Translate(ball.instance, 0.7F, 0.5F, 0.8F);
-    scene.SetTransparency(ball.instance, 0.5F);
-    glRotatef(40, 1, 0, 0);
-    for (const int mode : {1, 4, 6, 10, 11}) {
-        scene.SetShadeMode(cylinder.instance, mode);
-        scene->UseVertexArray(0);
-        const Image immediate = Draw();
-        scene->UseVertexArray(1);
-        EXPECT_TRUE(Draw().rgba == immediate.rgba) << "mode " << mode;
-        EXPECT_GT(Area(immediate), 10000);
+        for (int i = 0; i < kSize * kSize; ++i)
+            EXPECT_EQ(At(flat, i, 0).Painted(), At(smooth, i, 0).Painted()) << mesh.name;
     }
 }
 
 TEST_F(Picture, NearerSurfacesHideFartherOnes) {
     Add(Cube(2), 0.2F, 0.3F, 0.9F);
     const Placed small = Add(Cube(1), 0.9F, 0.3F, 0.2F);
+    const auto colored = [&](float r, float b) {
+        return Count(Draw(), [&](int, int, Pixel p) { return p.Is(r, 0.3F, b); });
+    };
     scene.Translate(small.instance, 0, 0, 3);
-    const Image before = Draw();
-    EXPECT_TRUE(Near(AtPoint(before, 0.2F, 0.1F), 0.9F, 0.3F, 0.2F));
-    EXPECT_TRUE(Near(AtPoint(before, 0.8F, 0.1F), 0.2F, 0.3F, 0.9F));
-    EXPECT_EQ(Count(before, [](int, int, Pixel p) { return Near(p, 0.9F, 0.3F, 0.2F); }), int(kUnit * kUnit));
+    EXPECT_EQ(colored(0.9F, 0.2F), int(kUnit * kUnit));
+    EXPECT_EQ(colored(0.2F, 0.9F), int(3 * kUnit * kUnit));
     scene.Translate(small.instance, 0, 0, -6);
-    const Image behind = Draw();
-    EXPECT_EQ(Count(behind, [](int, int, Pixel p) { return Near(p, 0.2F, 0.3F, 0.9F); }), int(4 * kUnit * kUnit));
+    EXPECT_EQ(colored(0.2F, 0.9F), int(4 * kUnit * kUnit));
 }
 
 TEST_F(Picture, TransparentSurfacesBlendOverWhatIsBehindThem) {
@@ -168,30 +135,24 @@ TEST_F(Picture, TransparentSurfacesBlendOverWhatIsBehindThem) {
     Add(Sheet(1, 1), 0.2F, 0.4F, 1);
     scene.SetTransparency(glass.instance, 0.5F);  // drawn last although it was added first
     scene.Translate(glass.instance, 0.5F, 0, 1);
-    const Image over = Draw();
-    EXPECT_TRUE(Near(AtPoint(over, 0.25F, 0.5F), 0.2F, 0.4F, 1));
-    EXPECT_TRUE(Near(AtPoint(over, 0.75F, 0.5F), 0.6F, 0.4F, 0.6F));
-    EXPECT_TRUE(Near(AtPoint(over, 1.25F, 0.5F), 0.5F, 0.2F, 0.1F));
-    scene.Translate(glass.instance, 0, 0, -2);
-    const Image under = Draw();
-    EXPECT_TRUE(Near(AtPoint(under, 0.75F, 0.5F), 0.2F, 0.4F, 1));
-    EXPECT_TRUE(Near(AtPoint(under, 1.25F, 0.5F), 0.5F, 0.2F, 0.1F));
+    for (const bool over : {true, false}) {
+        const Image image = Draw();
+        EXPECT_TRUE(AtPoint(image, 0.25, 0.5).Is(0.2F, 0.4F, 1));
+        EXPECT_TRUE(AtPoint(image, 0.75, 0.5).Is(over ? 0.6F : 0.2F, 0.4F, over ? 0.6F : 1));
+        EXPECT_TRUE(AtPoint(image, 1.25, 0.5).Is(0.5F, 0.2F, 0.1F));
+        scene.Translate(glass.instance, 0, 0, -2);
+    }
 }
 
 TEST_F(Picture, SmoothBallInLinesIsACircle) {
     const float radius = 1.5F * kUnit;
-    const Placed ball = Add(Sphere(32, 16, 1.5F));
-    scene.SetShadeMode(ball.instance, 2);
-    const Image image = Draw();
-    std::vector<bool> sectors(16);
+    Add(Sphere(32, 16, 1.5F));
+    const Image image = DrawMode(2);
     const int off = Count(image, [&](int x, int y, Pixel p) {
-        if (!Painted(p)) return false;
-        const double dx = x + 0.5 - kSize / 2, dy = y + 0.5 - kSize / 2, distance = std::hypot(dx, dy);
-        sectors[std::size_t((std::atan2(dy, dx) / std::acos(-1.0) + 1) * 7.999)] = true;
-        return distance < radius * std::cos(std::acos(-1.0) / 32) - 1.5 || distance > radius + 1.5;
+        const double distance = std::hypot(x + 0.5 - kSize / 2, y + 0.5 - kSize / 2);
+        return p.Painted() && (distance < radius * std::cos(std::acos(-1.0) / 32) - 1.5 || distance > radius + 1.5);
     });
     EXPECT_EQ(off, 0);
-    EXPECT_EQ(std::count(sectors.begin(), sectors.end(), true), 16);
     EXPECT_NEAR(Area(image), 4 * std::sqrt(2.0) * radius, 0.08 * radius * 6);  // one pixel a step along the longer axis
 }
 
@@ -205,28 +166,22 @@ TEST_F(Picture, HiddenLinesAreHidden) {
     double m[16];
     glGetDoublev(GL_MODELVIEW_MATRIX, m);
     for (const int mode : {2, 4}) {
-        scene.SetShadeMode(cube.instance, mode);
-        const Image image = Draw();
-        int visible = 0;
-        for (int axis = 0; axis < 3; ++axis)
-            for (const int u : {-1, 1})
-                for (const int v : {-1, 1}) {
-                    const int across[2] = {(axis + 1) % 3, (axis + 2) % 3};
-                    // The depth of the axis across a face says which of its two faces the viewer sees.
-                    const bool seen = u * m[4 * across[0] + 2] > 0 || v * m[4 * across[1] + 2] > 0;
-                    visible += seen;
-                    for (const double along : {-0.55, 0.15, 0.6}) {
-                        double p[3];
-                        p[axis] = along, p[across[0]] = u, p[across[1]] = v;
-                        const int x = int(128 + kUnit * (m[0] * p[0] + m[4] * p[1] + m[8] * p[2]));
-                        const int y = int(128 + kUnit * (m[1] * p[0] + m[5] * p[1] + m[9] * p[2]));
-                        bool red = false;
-                        for (int i = -1; i <= 1; ++i)
-                            for (int j = -1; j <= 1; ++j) red |= Near(At(image, x + i, y + j), 1, 0, 0);
-                        EXPECT_EQ(red, seen || mode == 2) << "mode " << mode << ", pixel " << x << ", " << y;
-                    }
-                }
-        EXPECT_EQ(visible, 9);
+        const Image image = DrawMode(mode);
+        int hidden = 0;
+        for (int edge = 0; edge < 12; ++edge) {
+            const int axis = edge % 3, next = (axis + 1) % 3, last = (axis + 2) % 3;
+            double p[3];
+            p[axis] = 0.15, p[next] = edge < 6 ? -1 : 1, p[last] = edge / 3 % 2 ? -1 : 1;
+            // The depth of the axis across a face says which of its two faces the viewer sees.
+            const bool seen = p[next] * m[4 * next + 2] > 0 || p[last] * m[4 * last + 2] > 0;
+            hidden += !seen;
+            const double x = m[0] * p[0] + m[4] * p[1] + m[8] * p[2], y = m[1] * p[0] + m[5] * p[1] + m[9] * p[2];
+            bool red = false;
+            for (int i = 0; i < 9; ++i)
+                red |= AtPoint(image, x + (i % 3 - 1) / kUnit, y + (i / 3 - 1) / kUnit).Is(1, 0, 0);
+            EXPECT_EQ(red, seen || mode == 2) << "mode " << mode << ", edge " << edge;
+        }
+        EXPECT_EQ(hidden, 3);
     }
 }
 
@@ -236,13 +191,14 @@ TEST_F(Picture, SectionPlaneCutsOffItsNegativeSide) {
     scene->SwitchCrossSectionPlane(cube.instance, 1, &error);
     scene.SetSectionPlane(cube.instance, {0, 0, 0}, {-1, 0, 0});
     for (const int mode : {0, 1, 4, 6}) {
-        scene.SetShadeMode(cube.instance, mode);
-        const Image image = Draw();
-        EXPECT_EQ(Count(image, [](int x, int, Pixel p) { return x > 129 && Painted(p); }), 0) << "mode " << mode;
-        EXPECT_EQ(
-            Count(image, [](int x, int y, Pixel p) { return x > 64 && x < 126 && y > 64 && y < 191 && Painted(p); }),
-            61 * 126);
-        EXPECT_GT(Count(image, [](int x, int, Pixel p) { return x >= 126 && x <= 129 && Near(p, 1, 0, 0); }), 120);
+        int beyond = 0, inside = 0, cut = 0;
+        Count(DrawMode(mode), [&](int x, int y, Pixel p) {
+            beyond += x > 129 && p.Painted();
+            inside += x > 64 && x < 126 && y > 64 && y < 191 && p.Painted();
+            cut += x >= 126 && x <= 129 && p.Is(1, 0, 0);
+            return false;
+        });
+        EXPECT_TRUE(beyond == 0 && inside == 61 * 126 && cut > 120) << "mode " << mode;
     }
 }
 
@@ -257,15 +213,14 @@ TEST_F(Picture, MirroredInstanceIsShadedAsItsTwin) {
     }
     scene->MirrorYZ(mirrored, &error);
     for (const int mode : {0, 1}) {
-        scene.SetShadeMode(twin.instance, mode);
-        const Image image = Draw();
+        const Image image = DrawMode(mode);
         const int differing = Count(image, [&](int x, int y, Pixel p) {
             const Pixel q = At(image, kSize - 1 - x, y);
-            return std::abs(p.r - q.r) > 2 || std::abs(p.g - q.g) > 2 || std::abs(p.b - q.b) > 2;
+            return !p.Is(float(q.r) / 255, float(q.g) / 255, float(q.b) / 255);
         });
         EXPECT_LE(differing, 60) << "mode " << mode;  // pixels that an edge just touches
         EXPECT_GT(Area(image), 8000);
-        EXPECT_LE(Count(image, [](int, int, Pixel p) { return Painted(p) && p.g >= p.r; }), 10) << "inner side shown";
+        EXPECT_LE(Count(image, [](int, int, Pixel p) { return p.Painted() && p.g >= p.r; }), 10) << "inner side shown";
     }
 }
 
@@ -274,24 +229,20 @@ TEST_F(Picture, SelectedPartsShowInTheHighlightDrawAlone) {
     scene.Translate(left.instance, -1, 0, 0);
     scene.Translate(right.instance, 1, 0, 0);
     scene.SetSelected(right.instance, true);
-    const Image normal = Draw(0);
-    EXPECT_TRUE(Near(AtPoint(normal, -1, 0), 0.8F, 0.6F, 0.4F));
-    EXPECT_FALSE(Painted(AtPoint(normal, 1, 0)));
-    const Image highlight = Draw(3);
-    EXPECT_FALSE(Painted(AtPoint(highlight, -1, 0)));
-    EXPECT_TRUE(Near(AtPoint(highlight, 1, 0), 1, 1, 0.1F));
-    EXPECT_EQ(Area(highlight), int(kUnit * kUnit));
+    for (const auto& [kind, x, blue] : {std::tuple{0, -1, 0.4F}, {3, 1, 0.1F}}) {
+        const Image image = Draw(kind);
+        EXPECT_TRUE(AtPoint(image, x, 0).Is(kind ? 1 : 0.8F, kind ? 1 : 0.6F, blue));
+        EXPECT_EQ(Area(image), int(kUnit * kUnit));
+    }
 }
 
 // Offset keeps the edges of mode 6 in front of the faces that they bound, dark grey on every side of the cube's front.
 TEST_F(Picture, EdgesOfShadedModeLieOnTheSurface) {
-    const Placed cube = Add(Cube());
-    scene.SetShadeMode(cube.instance, 6);
+    Add(Cube());
     glTranslatef(0.01F, 0.01F, 0);
-    const Image image = Draw();
-    const int grey = Count(image, [](int, int, Pixel p) { return Near(p, 0.1F, 0.1F, 0.1F); });
-    EXPECT_NEAR(grey, 4 * 2 * kUnit, 8);
-    EXPECT_TRUE(Near(AtPoint(image, 0, 0), 0.8F, 0.6F, 0.4F));
+    const Image image = DrawMode(6);
+    EXPECT_NEAR(Count(image, [](int, int, Pixel p) { return p.Is(0.1F, 0.1F, 0.1F); }), 4 * 2 * kUnit, 8);
+    EXPECT_TRUE(AtPoint(image, 0, 0).Is(0.8F, 0.6F, 0.4F));
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ protected:
     RenderTest() { ResetContext(); }
     ~RenderTest() override { scene->ForceHiddenLineDrawing(VARIANT_FALSE, &error); }
 
-    // A mesh in colours that are all different, external 0.9 0.6 0.3.
+    // A mesh in colours that are all different, external 0.9 0.6 0.3, and without a reflection image.
     Placed AddColored(const TestMesh& mesh, int mode = 1, int parent = 0);
 
     // What a part sends each time that it is drawn: all between its glFrontFace and its node's glPopMatrix.
@@ -52,6 +52,7 @@ inline Placed RenderTest::AddColored(const TestMesh& mesh, int mode, int parent)
     scene->SetBackgroundColor(node, 0.3F, 0.5F, 0.7F, &error);
     scene.SetTransparency(node, 1);
     scene.SetShadeMode(node, mode);
+    scene->SetEnvtexture(node, nullptr, &error);  // no picture, or the first draw would make it
     return placed;
 }
 

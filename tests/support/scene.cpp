@@ -50,4 +50,16 @@ void Scene::AddMeshTo(int part, const Soup& soup) {
     Require(tessera_->EndTriMesh(part, &error_));
 }
 
+void Scene::AddCurveTo(int part, const std::vector<Point>& points) {
+    Require(tessera_->BeginPolyLine(part, &error_));
+    for (Point p : points) tessera_->AddPolyLinePoint(part, p.data(), &error_);
+    Require(tessera_->EndPolyLine(part, &error_));
+}
+
+void Scene::AddPointsTo(int part, const std::vector<Point>& points) {
+    Require(tessera_->BeginPointSet(part, &error_));
+    for (Point p : points) tessera_->AddPointSetPoint(part, p.data(), &error_);
+    Require(tessera_->EndPointSet(part, &error_));
+}
+
 }  // namespace tessera::test

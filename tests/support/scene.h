@@ -27,6 +27,8 @@ public:
     Placed AddMesh(const Soup& soup, int parent = 0);
     Placed AddMesh(const TestMesh& mesh, int parent = 0) { return AddMesh(mesh.soup, parent); }
     void AddMeshTo(int part, const Soup& soup);  // one more mesh in a part
+    void AddCurveTo(int part, const std::vector<Point>& points);
+    void AddPointsTo(int part, const std::vector<Point>& points);
 
     void SetShadeMode(int node, int mode) { Require(tessera_->SetShadeMode(node, static_cast<short>(mode), &error_)); }
     void SetExternalColor(int node, float r, float g, float b) {
