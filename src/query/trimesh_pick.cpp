@@ -20,7 +20,7 @@ EdgePath PathOf(short mode, PickKind kind) {
         case ShadeSmooth:
         case ShadeWire:
         case ShadeHiddenLine:
-        case ShadeSmoothEdges: return EdgePath::Features;
+        case ShadeSmoothEdges:
         case ShadeStripPoints: return EdgePath::Features;
         case ShadeEnvMap: return kind == PickKind::Segment ? EdgePath::None : EdgePath::Features;
         default: return EdgePath::None;

@@ -21,8 +21,9 @@ protected:
     Placed AddColored(const TestMesh& mesh, int mode = 1, int parent = 0);
 
     // What a part sends each time that it is drawn: all between its glFrontFace and its node's glPopMatrix.
-    static std::vector<Texts> Bodies(const Recording& recording);
-    std::vector<Texts> DrawnBodies(int node = 0, int kind = 0) {
+    // In short: "Disable BLEND; LINES; ".
+    static Texts Bodies(const Recording& recording);
+    Texts DrawnBodies(int node = 0, int kind = 0) {
         Recording recording;
         scene.Draw(node, kind);
         return Bodies(recording);
@@ -56,11 +57,17 @@ inline Placed RenderTest::AddColored(const TestMesh& mesh, int mode, int parent)
     return placed;
 }
 
-inline std::vector<Texts> RenderTest::Bodies(const Recording& recording) {
-    std::vector<Texts> bodies;
-    for (int from = recording.Index("glFrontFace"); from >= 0; from = recording.Index("glFrontFace", from + 1))
-        if (const int to = recording.Index("glPopMatrix", from); to >= 0)
-            bodies.push_back(recording.Sequence(from + 1, to));
+inline Texts RenderTest::Bodies(const Recording& recording) {
+    Texts bodies;
+    for (int from = recording.Index("glFrontFace"); from >= 0; from = recording.Index("glFrontFace", from + 1)) {
+        const int to = recording.Index("glPopMatrix", from);
+        if (to < 0) continue;
+        bodies.emplace_back();
+        for (const std::string& text : recording.Sequence(from + 1, to)) bodies.back() += text + "; ";
+        for (const std::string prefix : {"gl", "GL_"})
+            for (std::size_t at; (at = bodies.back().find(prefix)) != std::string::npos;)
+                bodies.back().erase(at, prefix.size());
+    }
     return bodies;
 }
 
