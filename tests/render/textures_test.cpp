@@ -11,7 +11,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-void Put(Bytes& to, std::uint32_t value, int count) {
+void Put(Bytes& to, std::uint64_t value, int count) {
     for (int i = 0; i < count; ++i) to.push_back(static_cast<unsigned char>(value >> 8 * i));
 }
 
