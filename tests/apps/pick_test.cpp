@@ -125,6 +125,49 @@ TEST_F(PickCommand, MeasuresSections) {
     EXPECT_LT(sum, 20);
 }
 
+TEST_F(PickCommand, MeasuresInTheModelsUnits) {
+    const double bore = 24 * 0.25 * std::sin(2 * 3.14159265358979323846 / 48);
+    const json plate = Ask({"measure", Plate(), "--plane", "3,0,0:1,0,0"});
+    EXPECT_NEAR(plate["volume"], 8 - bore, 0.02);
+    EXPECT_NEAR(plate["surfaceArea"], 2 * (8 - bore) + 12 + 48 * std::sin(3.14159265358979323846 / 48), 1e-3);
+    EXPECT_NEAR(plate["projectedAreaXY"], 8 - bore, 0.05);
+    EXPECT_NEAR(plate["centerOfMass"][0], (8 * 2 - bore) / (8 - bore), 0.01);
+    EXPECT_NEAR(plate["sectionLength"], 6, 1e-4);
+    EXPECT_NEAR(plate["max"][0], 4, 1e-6);
+    const json gearbox = Ask({"measure", Gearbox(), "--node", "//gearbox/gear train", "--precision", "0.1"});
+    EXPECT_GT(gearbox["volume"], 1e-5);
+    EXPECT_LT(gearbox["volume"], 1e-2);
+    const Outcome nowhere = Tessera({"measure", Plate(), "--node", "//nowhere"});
+    EXPECT_EQ(nowhere.status, 1);
+    EXPECT_NE(nowhere.err.find("//nowhere"), std::string::npos);
+}
+
+// Each of these changes the picture.
+TEST_F(PickCommand, DrawsWhatTheOptionsAskFor) {
+    const std::string gearbox = Gearbox();
+    std::vector<std::vector<std::uint8_t>> seen;
+    const std::vector<std::vector<std::string>> options = {
+        {},
+        {"--section", "0,0,0:0.3,0,-1"},
+        {"--section", "0,0,0:0.3,0,-1", "--cap"},
+        {"--section", "0,0,0:0.3,0,-1", "--section-lines"},
+        {"--section", "0,0,0:0.3,0,-1", "--clip-plane"},
+        {"--explode", "0.5"},
+        {"--lod", "220"},
+        {"--mode", "env-map"},
+        {"--mode", "env-map", "--texture", "KMStripes"},
+    };
+    for (const auto& more : options) {
+        std::vector<std::string> arguments = {"render", gearbox, "-o", Path("out.png"), "--size", "160x120"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome done = Tessera(arguments);
+        ASSERT_EQ(done.status, 0) << done.err;
+        seen.push_back(tessera::host::ReadPng(Path("out.png")).rgba);
+        for (std::size_t i = 0; i + 1 < seen.size(); ++i) EXPECT_NE(seen[i], seen.back()) << i << arguments.back();
+    }
+    EXPECT_EQ(Tessera({"render", gearbox, "-o", Path("x.png"), "--texture", Path("none.bmp")}).status, 1);
+}
+
 TEST_F(PickCommand, RefusesWhatItCannotRead) {
     const std::string plate = Plate();
     const std::vector<std::vector<std::string>> wrong = {
@@ -135,6 +178,8 @@ TEST_F(PickCommand, RefusesWhatItCannotRead) {
         {"pick", plate, "--at", "5,5", "--what", "arc", "--all"},
         {"pick", plate, "--at", "5,5", "--reach", "0"},
         {"section", plate},
+        {"measure", plate, "--precision", "0"},
+        {"render", plate, "-o", Path("x.png"), "--cap"},
         {"section", plate, "--plane", "0,0,0"},
         {"section", plate, "--plane", "0,0,0:0,0,0"},
         {"render", plate, "-o", Path("x.png"), "--section-lines"},

@@ -89,6 +89,7 @@ struct Context {
         ClientState client;
     } clientAttributes[kAttributeDepth];
     int clientAttributeDepth = 0;
+    GLuint lastTexture = 0;
 
     Context();
     MatrixStack& Matrices();  // the stack that the matrix mode names
@@ -149,7 +150,6 @@ struct Log {
     GLenum openMode = GL_POINTS;
     int pointersSet = 0, pointersUsed = 0;
     int pointersPending = 0;  // set, in force, and not drawn from yet
-    GLuint lastTexture = 0;
     std::vector<Call> calls;
     std::vector<Primitive> primitives;
     std::vector<std::string> violations;

@@ -383,7 +383,7 @@ void GLAPIENTRY glBindTexture(GLenum target, GLuint texture) {
     Set("glBindTexture", {target, static_cast<int>(texture)}, Now().texture, texture);
 }
 void GLAPIENTRY glGenTextures(GLsizei count, GLuint* textures) {
-    if (Outside("glGenTextures", {count})) std::generate_n(textures, count, [] { return ++TheLog().lastTexture; });
+    if (Outside("glGenTextures", {count})) std::generate_n(textures, count, [] { return ++TheLog().context.lastTexture; });
 }
 void GLAPIENTRY glDeleteTextures(GLsizei count, const GLuint* textures) {
     if (Outside("glDeleteTextures", {count}) &&

@@ -26,12 +26,7 @@ TEST_F(Capping, FillsWhereAnOddNumberOfSurfacesIsSeen) {
                                              {4, 0.5F, Color{0.3F, 0.5F, 0.7F, 1}}}) {
         SCOPED_TRACE("mode " + std::to_string(mode) + ", alpha " + std::to_string(alpha));
         const Placed cube = AddCut(mode, alpha);
-        scene->BeginPolyLine(cube.part, &error);
-        for (float x : {0.5F, 0.9F}) {
-            float p[3] = {x, 0, 0};
-            scene->AddPolyLinePoint(cube.part, p, &error);
-        }
-        scene->EndPolyLine(cube.part, &error);
+        scene.AddCurveTo(cube.part, {{0.5F, 0, 0}, {0.9F, 0, 0}});
         Recording recording;
         scene.Draw();
         const int clear = recording.Index("glClear 1024"), equal = recording.Index("glStencilFunc 514 1 1");
@@ -41,26 +36,21 @@ TEST_F(Capping, FillsWhereAnOddNumberOfSurfacesIsSeen) {
         EXPECT_GT(cap.call, equal);
         ASSERT_EQ(cap.vertices.size(), 4U);
         EXPECT_EQ(cap.vertices[0].color, color);
-        EXPECT_EQ(cap.state.polygonMode[0], static_cast<GLenum>(GL_FILL));
-        EXPECT_TRUE(cap.state.Enabled(GL_STENCIL_TEST));
+        EXPECT_TRUE(cap.state.polygonMode[0] == GL_FILL && cap.state.Enabled(GL_STENCIL_TEST));
         EXPECT_FALSE(cap.state.Enabled(GL_CLIP_PLANE0));
-        EXPECT_EQ(cap.state.depthMask, alpha >= 0.96F);
-        EXPECT_EQ(cap.state.Enabled(GL_BLEND), alpha < 0.96F);
+        EXPECT_TRUE(cap.state.depthMask == (alpha >= 0.96F) && cap.state.Enabled(GL_BLEND) == (alpha < 0.96F));
         for (int i = 0; i < 4; ++i) {
             EXPECT_NEAR(cap.World(i)[0], 2.25, 1e-5);
             EXPECT_NEAR(std::hypot(cap.World(i)[1], cap.World(i)[2]), std::sqrt(12.0), 1e-4);
         }
-        // Surfaces turn the bit over; lines neither test nor change it.
-        for (const Primitive& p : recording.Primitives())
-            if (p.mode == GL_TRIANGLE_STRIP || p.mode == GL_TRIANGLES) {
-                EXPECT_TRUE(p.state.Enabled(GL_STENCIL_TEST));
-                EXPECT_EQ(p.state.stencilOp[2], static_cast<GLenum>(GL_INVERT));
-            } else if (p.mode == GL_LINES && mode != 4) {
-                EXPECT_FALSE(p.state.Enabled(GL_STENCIL_TEST));
+        // Surfaces turn the bit over; lines and curves neither test nor change it.
+        for (const Primitive& p : recording.Primitives()) {
+            const bool surface = p.mode == GL_TRIANGLE_STRIP || p.mode == GL_TRIANGLES;
+            if (surface || p.mode == GL_LINE_STRIP || (p.mode == GL_LINES && mode != 4)) {
+                EXPECT_EQ(p.state.Enabled(GL_STENCIL_TEST), surface);
+                EXPECT_TRUE(!surface || p.state.stencilOp[2] == GL_INVERT);
             }
-        // Curves come after the cap, without it.
-        const Primitive curve = recording.PrimitivesOf(GL_LINE_STRIP).at(0);
-        EXPECT_FALSE(curve.state.Enabled(GL_STENCIL_TEST));
+        }
         EXPECT_EQ(recording.Violations(), Texts{});
         scene->EnableDrawing(cube.instance, 0, &error);
     }

@@ -1,4 +1,5 @@
 // What a draw call leaves behind.
+#include <cmath>
 #include <set>
 
 #include "render_fixture.h"
@@ -51,31 +52,25 @@ TEST_F(HostState, ComesBackAfterEveryModeWithEveryOverlay) {
     const Placed glass = AddColored(Cube());
     scene.SetTransparency(glass.instance, 0.5F);
     for (const bool depthTest : {false, true})
-        for (const bool arrays : {false, true})
-            for (const int overlay : {0, 1, 2, 3})
-                for (int mode = 0; mode <= 12; ++mode) {
-                    SCOPED_TRACE("mode " + std::to_string(mode) + ", overlay " + std::to_string(overlay));
-                    depthTest ? glEnable(GL_DEPTH_TEST) : glDisable(GL_DEPTH_TEST);
-                    scene->UseVertexArray(arrays);
-                    scene.SetShadeMode(0, mode);
-                    scene->SetOptionsShadeMode(0, static_cast<short>(overlay % 3), &error);
-                    scene->SetVertexVisible(0, overlay == 3, &error);
-                    scene->SwitchCrossSectionPlane(0, overlay == 3, &error);
-                    scene.SetSelected(box.instance, overlay == 1);
-                    for (const int kind : {0, 1, 2, 3}) {
+        for (const int overlay : {0, 1, 2, 3})
+            for (int mode = 0; mode <= 12; ++mode) {
+                SCOPED_TRACE("mode " + std::to_string(mode) + ", overlay " + std::to_string(overlay));
+                depthTest ? glEnable(GL_DEPTH_TEST) : glDisable(GL_DEPTH_TEST);
+                scene->UseVertexArray(mode % 2 == overlay % 2);
+                scene.SetShadeMode(0, mode);
+                scene->SetOptionsShadeMode(0, static_cast<short>(overlay % 3), &error);
+                scene->SetVertexVisible(0, overlay == 3, &error);
+                scene->SwitchCrossSectionPlane(0, overlay == 3, &error);
+                scene.SetSelected(box.instance, overlay == 1);
+                for (const int kind : {0, 1, 2, 3})
+                    for (const int node : {0, glass.instance}) {
                         Recording recording;
-                        scene.Draw(0, kind);
+                        scene.Draw(node, kind);
+                        scene->DrawExplode(node, kind, &error);
+                        scene->DrawSimple(node, &error);
                         ExpectKept(recording, mode);
                     }
-                    for (const int kind : {0, 3}) {
-                        Recording recording;
-                        scene.Draw(glass.instance, kind);
-                        scene->DrawExplode(0, kind, &error);
-                        scene->DrawExplode(box.instance, kind, &error);
-                        scene->DrawSimple(0, &error);
-                        ExpectKept(recording, mode);
-                    }
-                }
+            }
 }
 
 TEST_F(HostState, KeepsWhatADrawPromisesToLeave) {
@@ -84,39 +79,34 @@ TEST_F(HostState, KeepsWhatADrawPromisesToLeave) {
     scene->SetMirrorFlag(cube.instance, 1, &error);
     Recording recording;
     scene.Draw();
-    EXPECT_TRUE(glIsEnabled(GL_NORMALIZE));
     const State& now = TheLog().context.state;
-    EXPECT_EQ(now.cullFace, static_cast<GLenum>(GL_BACK));
-    EXPECT_EQ(now.frontFace, static_cast<GLenum>(GL_CW));
-    EXPECT_EQ(now.shadeModel, static_cast<GLenum>(GL_FLAT));
-    EXPECT_NEAR(now.material[0].diffuse[0], 0.6F, 1e-6F);
+    EXPECT_TRUE(now.Enabled(GL_NORMALIZE) && now.cullFace == GL_BACK && now.frontFace == GL_CW);
+    EXPECT_TRUE(now.shadeModel == GL_FLAT && std::abs(now.material[0].diffuse[0] - 0.6F) < 1e-6F);
     EXPECT_TRUE(recording.Primitives().at(0).state.Enabled(GL_CULL_FACE));  // culling is the host's
 }
 
 TEST_F(RenderTest, EveryModeDrawsEveryMeshWithoutAFault) {
     for (const TestMesh& mesh : MeshSuite()) {
-        SCOPED_TRACE(mesh.name);
         const Placed placed = AddColored(mesh);
         scene->SetOptionsShadeMode(placed.instance, 1, &error);
         scene->SetVertexVisible(placed.instance, 1, &error);
-        for (const bool arrays : {false, true}) {
-            scene->UseVertexArray(arrays);
+        for (const bool arrays : {false, true})
             for (int mode = 0; mode <= 11; ++mode) {
-                SCOPED_TRACE("mode " + std::to_string(mode));
+                SCOPED_TRACE(mesh.name + ", mode " + std::to_string(mode));
+                scene->UseVertexArray(arrays);
                 scene.SetShadeMode(placed.instance, mode);
                 scene->SwitchCrossSectionPlane(placed.instance, mode % 2, &error);
-                std::vector<std::size_t> calls;
-                for (int frame = 0; frame < 2; ++frame) {
+                std::size_t calls[2];
+                for (std::size_t& count : calls) {
                     Recording recording;
                     scene.Draw();
                     EXPECT_EQ(recording.Violations(), Texts{});
                     EXPECT_EQ(recording.UnusedPointers(), 0);
                     EXPECT_FALSE(recording.Primitives().empty());
-                    calls.push_back(recording.Calls().size());
+                    count = recording.Calls().size();
                 }
                 EXPECT_EQ(calls[0], calls[1]);
             }
-        }
         scene->Remove(placed.instance, &error);
     }
 }
