@@ -127,6 +127,7 @@ HRESULT CTessera::PickSegment(float* pOfView, float* vectView, double* trans2Scr
                               int* errCode) {
     PickHit hit;
     LONG found = 0;
+    Give(picked, found);
     const PickQuery query{pOfView, vectView, trans2Screen, xScreen, yScreen, diagonal};
     if (!PickAndGive(PickKind::Segment, query, &found, pPicked, nodePicked, hit)) return Refuse(errCode);
     Give(picked, found);
@@ -142,6 +143,7 @@ HRESULT CTessera::PickArc(float* pOfView, float* vectView, double* trans2Screen,
                           int* nodePicked, int* errCode) {
     PickHit hit;
     LONG found = 0;
+    Give(picked, found);
     const PickQuery query{pOfView, vectView, trans2Screen, xScreen, yScreen, diagonal};
     if (!PickAndGive(PickKind::Arc, query, &found, pPicked, nodePicked, hit)) return Refuse(errCode);
     Give(picked, found);
@@ -176,6 +178,8 @@ HRESULT CTessera::PickSurface(const PickQuery& query, LONG* picked, float* pPick
     try {
         PickHit hit;
         LONG found = 0;
+        Give(picked, found);
+        if (normPicked) hit.normal = PointOf(normPicked);  // kept where an edge or a point is hit
         if (!PickAndGive(PickKind::Surface, query, &found, pPicked, nodePicked, hit)) return Refuse(errCode);
         Give(picked, found);
         if (found) Give(normPicked, hit.normal);
@@ -192,6 +196,8 @@ HRESULT CTessera::IntersectRay(float* pOfView, float* vectView, VARIANT_BOOL* pi
                                int* nodePicked, int* errCode) {
     PickHit hit;
     LONG found = 0;
+    Give(picked, VARIANT_FALSE);
+    if (normPicked) hit.normal = PointOf(normPicked);
     const PickQuery query{pOfView, vectView, nullptr, 0, 0, 1};
     if (!PickAndGive(PickKind::Ray, query, &found, pPicked, nodePicked, hit)) return Refuse(errCode);
     Give(picked, found ? VARIANT_TRUE : VARIANT_FALSE);

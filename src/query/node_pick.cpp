@@ -40,15 +40,13 @@ float CAssembly::GetCrossSectionLength(const CMatrix& M) {
 // A scene has many instances, of which a line meets a few: most go without an inverse and without a true box.
 bool CPartInstance::Pick(PickKind kind, const PickView& view, const CMatrix& M, const CMatrix& E, PickHit& hit) {
     if (drawingEnabled == 0 || (kind == PickKind::SectionPoint && crossSectionEnabled == 0) || !part_) return false;
-    const bool throughBox = kind == PickKind::Surface || kind == PickKind::Ray;
-    if (throughBox) {
+    if (kind == PickKind::Surface || kind == PickKind::Ray) {
         hit.nodeId = -1;
         double world[16];
         if (!exploded && part_->SurelyMisses(LineFilter(view.eye, view.view), ForwardProduct(transform, M, world)))
             return false;
     }
     const bool found = part_->Pick(kind, view, Placement(M, E), hit);
-    if (throughBox) boundBox = part_->boundBox;
     if (found) hit.nodeId = id;
     return found;
 }

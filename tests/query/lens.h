@@ -92,6 +92,7 @@ protected:
     }
     Answer PickSurface(const Lens& lens, const Point& at) {
         Answer a;
+        a.normal = {7, 7, 7};
         Lens aimed = lens.Towards(at);
         host->PickPartInstance2(aimed.eye.data(), aimed.view.data(), aimed.screen, lens.On(at)[0], lens.On(at)[1],
                                 lens.diagonal, &a.picked, a.point.data(), a.normal.data(), &a.node, &a.error);
