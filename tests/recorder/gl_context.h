@@ -11,101 +11,76 @@
 // saved and restored by groups of attributes as OpenGL 1.1 defines them.
 namespace tessera::test {
 
-inline constexpr int kCapabilities = 40;
-inline constexpr int kMatrixDepth = 32;
-inline constexpr int kAttributeDepth = 16;
+inline constexpr int kCapabilities = 12;
+inline constexpr int kStackDepth = 32;
 
 struct Material {
-    float ambient[4] = {0.2F, 0.2F, 0.2F, 1};
-    float diffuse[4] = {0.8F, 0.8F, 0.8F, 1};
-    float specular[4] = {0, 0, 0, 1};
-    float emission[4] = {0, 0, 0, 1};
-    float shininess = 0;
+    double ambient[4] = {0.2, 0.2, 0.2, 1}, diffuse[4] = {0.8, 0.8, 0.8, 1}, specular[4] = {0, 0, 0, 1};
+    double shininess = 0;
 };
 
+// All in double, so that whatever is set, saved or asked for is a row of numbers.
 struct State {
-    bool enabled[kCapabilities] = {};
-    float color[4] = {1, 1, 1, 1};
-    float normal[3] = {0, 0, 1};
-    GLenum polygonMode[2] = {GL_FILL, GL_FILL};  // front, back
-    GLenum cullFace = GL_BACK;
-    GLenum frontFace = GL_CCW;
-    float polygonOffset[2] = {0, 0};  // factor, units
-    GLenum shadeModel = GL_SMOOTH;
-    Material material[2];  // front, back
-    GLenum blend[2] = {GL_ONE, GL_ZERO};
-    bool colorMask[4] = {true, true, true, true};
-    bool depthMask = true;
-    GLenum depthFunc = GL_LESS;
-    float lineWidth = 1;
-    int stipple[2] = {1, 0xFFFF};  // repeat, pattern
-    float pointSize = 1;
-    int stencilFunc[3] = {GL_ALWAYS, 0, -1};  // function, reference, mask
-    GLenum stencilOp[3] = {GL_KEEP, GL_KEEP, GL_KEEP};
-    int stencilClear = 0;
-    double clipPlane[6][4] = {};                     // as given, in the frame of the modelview matrix at that time
-    int texGen[2] = {GL_EYE_LINEAR, GL_EYE_LINEAR};  // s, t
-    GLuint texture = 0;
-    int texEnvMode = GL_MODULATE;
-    GLenum matrixMode = GL_MODELVIEW;
+    double enabled[kCapabilities] = {};
+    double color[4] = {1, 1, 1, 1}, normal[3] = {0, 0, 1};
+    double polygonMode[2] = {GL_FILL, GL_FILL};  // front, back
+    double cullFace = GL_BACK, frontFace = GL_CCW, shadeModel = GL_SMOOTH;
+    double polygonOffset[2] = {0, 0};  // factor, units
+    Material material[2];              // front, back
+    double blend[2] = {GL_ONE, GL_ZERO}, colorMask[4] = {1, 1, 1, 1};
+    double depthMask = 1, depthFunc = GL_LESS;
+    double lineWidth = 1, stipple[2] = {1, 0xFFFF}, pointSize = 1;  // stipple: repeat, pattern
+    double stencilFunc[3] = {GL_ALWAYS, 0, -1}, stencilOp[3] = {GL_KEEP, GL_KEEP, GL_KEEP}, stencilClear = 0;
+    double clipPlane[4] = {};  // as given, in the frame of the modelview matrix at that time
+    double texGen[2] = {GL_EYE_LINEAR, GL_EYE_LINEAR}, texture = 0;  // s, t
+    double matrixMode = GL_MODELVIEW;
 
     bool Enabled(GLenum capability) const;
 };
 
+// Arrays that are drawn from have a normal and a position by turns.
 struct Array {
     bool enabled = false;
-    int size = 0, stride = 0;
     const void* pointer = nullptr;
+    const GLfloat* At(int index) const { return static_cast<const GLfloat*>(pointer) + std::ptrdiff_t{6} * index; }
     bool operator==(const Array&) const = default;
 };
 
 struct ClientState {
-    Array vertex, normal, color, texCoord, index, edgeFlag;
+    Array vertex, normal, color;
     bool operator==(const ClientState&) const = default;
 };
 
 using Matrix = std::array<double, 16>;  // column by column, as OpenGL has it
-
 inline constexpr Matrix kIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
-struct MatrixStack {
-    Matrix levels[kMatrixDepth];
-    int depth = 1;
-    Matrix& Top() { return levels[depth - 1]; }
-    const Matrix& Top() const { return levels[depth - 1]; }
+template <typename T>
+struct Saved {
+    GLbitfield groups;
+    T state;
 };
 
 struct Context {
     State state;
     ClientState client;
-    MatrixStack modelview, projection, texture;
-    struct {
-        GLbitfield mask;
-        State state;
-    } attributes[kAttributeDepth];
-    int attributeDepth = 0;
-    struct {
-        GLbitfield mask;
-        ClientState client;
-    } clientAttributes[kAttributeDepth];
-    int clientAttributeDepth = 0;
-    GLuint lastTexture = 0;
-
-    Context();
-    MatrixStack& Matrices();  // the stack that the matrix mode names
-    // The values of a query, at most 16; 0 if the model doesn't know it.
-    int Query(GLenum name, double values[16]) const;
+    std::vector<Matrix> modelview = {kIdentity}, projection = {kIdentity};
+    std::vector<Saved<State>> attributes;
+    std::vector<Saved<ClientState>> clientAttributes;
+    int lastTexture = 0;
 };
 
-// One attribute of State, all of its bytes taken together.
+// One attribute of State: a row of numbers, with the name of the query that asks for it if there is one.
 struct Field {
     const char* name;
-    std::size_t offset, size;
+    std::size_t offset, bytes;
     GLbitfield groups;
+    GLenum query;
+    double* In(State& state) const { return reinterpret_cast<double*>(reinterpret_cast<char*>(&state) + offset); }
+    const double* In(const State& state) const { return In(const_cast<State&>(state)); }
+    int Count() const { return static_cast<int>(bytes / sizeof(double)); }
 };
-const std::vector<Field>& Fields();  // capabilities among them
-
-int CapabilityIndex(GLenum capability);  // -1 if the model doesn't know it
+const std::vector<Field>& Fields();      // capabilities among them
+const Field* FieldOfQuery(GLenum name);  // null if the model doesn't know it
 std::string ConstantName(GLenum value);
 
 // An argument of a call: a number, or one of OpenGL's constants.
@@ -130,7 +105,7 @@ struct Vertex {
     bool operator==(const Vertex&) const = default;
 };
 
-// What one glBegin..glEnd, glDrawArrays or glDrawElements drew, and the state in force.
+// What one glBegin..glEnd or glDrawArrays drew, and the state in force.
 struct Primitive {
     GLenum mode;
     bool fromArrays;
@@ -138,7 +113,7 @@ struct Primitive {
     std::vector<Vertex> vertices;
     State state;
     Matrix modelview;
-    std::array<double, 3> World(int vertex) const;
+    std::array<double, 3> World(std::size_t vertex) const;
 };
 
 // The context that the entry points work on, and what is kept while `logging` is set.
@@ -148,8 +123,8 @@ struct Log {
     bool open = false;  // between glBegin and glEnd
     int openVertices = 0;
     GLenum openMode = GL_POINTS;
-    int pointersSet = 0, pointersUsed = 0;
-    int pointersPending = 0;  // set, in force, and not drawn from yet
+    int pointersUnused = 0;   // set, and never drawn from
+    int pointersPending = 0;  // of these, still in force
     std::vector<Call> calls;
     std::vector<Primitive> primitives;
     std::vector<std::string> violations;

@@ -1,6 +1,6 @@
 #include "gl_recorder.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace tessera::test {
 
@@ -19,7 +19,7 @@ Recording::Recording() : start_(TheLog().context) {
     log.calls.clear();
     log.primitives.clear();
     log.violations.clear();
-    log.pointersSet = log.pointersUsed = log.pointersPending = 0;
+    log.pointersUnused = log.pointersPending = 0;
     log.logging = true;
 }
 
@@ -65,11 +65,6 @@ int Recording::Index(std::string_view text, int from) const {
     return -1;
 }
 
-bool Recording::Before(std::string_view first, std::string_view second) const {
-    const int a = Index(first);
-    return a >= 0 && Index(second, a + 1) >= 0;
-}
-
 std::vector<std::string> Recording::Sequence(int from, int to) const {
     std::vector<std::string> texts;
     const auto add = [&texts](std::string text) {
@@ -78,7 +73,7 @@ std::vector<std::string> Recording::Sequence(int from, int to) const {
     for (int i = from; i < to; ++i) {
         const Call& call = Calls()[i];
         const std::string_view name = call.name;
-        if (name == "glBegin" || name == "glDrawArrays" || name == "glDrawElements") {
+        if (name == "glBegin" || name == "glDrawArrays") {
             add(ConstantName(static_cast<GLenum>(call.arguments[0].value)));
             while (name == "glBegin" && i + 1 < to && Calls()[i].name != std::string_view("glEnd")) ++i;
         } else {
@@ -92,29 +87,26 @@ std::vector<std::string> Recording::Violations() const {
     const Log& log = TheLog();
     std::vector<std::string> list = log.violations;
     if (log.open) list.push_back("glBegin without glEnd");
-    const auto compare = [&list](int then, int now, const char* stack) {
+    const auto compare = [&list](std::size_t then, std::size_t now, const char* stack) {
         if (then != now) list.push_back(std::string(stack) + " stack left at another depth");
     };
-    compare(start_.modelview.depth, log.context.modelview.depth, "modelview");
-    compare(start_.projection.depth, log.context.projection.depth, "projection");
-    compare(start_.texture.depth, log.context.texture.depth, "texture");
-    compare(start_.attributeDepth, log.context.attributeDepth, "attribute");
-    compare(start_.clientAttributeDepth, log.context.clientAttributeDepth, "client attribute");
+    compare(start_.modelview.size(), log.context.modelview.size(), "modelview");
+    compare(start_.projection.size(), log.context.projection.size(), "projection");
+    compare(start_.attributes.size(), log.context.attributes.size(), "attribute");
+    compare(start_.clientAttributes.size(), log.context.clientAttributes.size(), "client attribute");
     return list;
 }
 
-int Recording::UnusedPointers() const { return TheLog().pointersSet - TheLog().pointersUsed; }
+int Recording::UnusedPointers() const { return TheLog().pointersUnused; }
 
 std::vector<std::string> Recording::Changed() const {
     const Context& now = TheLog().context;
     std::vector<std::string> names;
     for (const Field& field : Fields())
-        if (std::memcmp(reinterpret_cast<const char*>(&start_.state) + field.offset,
-                        reinterpret_cast<const char*>(&now.state) + field.offset, field.size) != 0)
+        if (!std::equal(field.In(now.state), field.In(now.state) + field.Count(), field.In(start_.state)))
             names.push_back(field.name);
     if (!(start_.client == now.client)) names.push_back("client arrays");
-    if (start_.modelview.Top() != now.modelview.Top()) names.push_back("modelview matrix");
-    if (start_.projection.Top() != now.projection.Top()) names.push_back("projection matrix");
+    if (start_.modelview != now.modelview || start_.projection != now.projection) names.push_back("matrices");
     return names;
 }
 

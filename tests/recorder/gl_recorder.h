@@ -37,7 +37,6 @@ public:
     // A call is named by its text, "glEnable GL_BLEND", or by the leading words of it, "glEnable".
     int Count(std::string_view text) const;
     int Index(std::string_view text, int from = 0) const;  // -1 if there is none at or after `from`
-    bool Before(std::string_view first, std::string_view second) const;
 
     // The texts of the calls in [from, to). A glBegin..glEnd pair, or a draw from arrays, becomes the name of its
     // primitive, a run of material calls "materials"; equal neighbours are told once.

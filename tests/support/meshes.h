@@ -12,8 +12,8 @@ using Point = std::array<float, 3>;
 using Soup = std::vector<float>;
 
 struct TestMesh {
-    std::string name;
-    Soup soup;
+    std::string name = {};
+    Soup soup = {};
     int triangles = 0;
     int vertices = 0;  // distinct points
     double area = 0;
@@ -38,6 +38,5 @@ TestMesh Band(int sides);  // a cylinder's wall alone: one long run of triangles
 // Closed cube, open box, flat sheet, non-manifold, far from the origin, tiny, long in z, sphere, cylinders, single
 // triangle, long run.
 const std::vector<TestMesh>& MeshSuite();
-const TestMesh& SuiteMesh(const std::string& name);
 
 }  // namespace tessera::test
