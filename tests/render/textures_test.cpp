@@ -12,7 +12,7 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 void Put(Bytes& to, std::uint64_t value, int count) {
-    for (int i = 0; i < count; ++i) to.push_back(static_cast<unsigned char>(value >> 8 * i));
+    for (int i = 0; i < count; ++i, value >>= 8) to.push_back(static_cast<unsigned char>(value));
 }
 
 // A bitmap of 3 by 2: red, green, blue below, white, black, red above.
