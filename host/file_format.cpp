@@ -96,6 +96,7 @@ FileFormat Recognise(const FileEnds& file) {
     const std::string_view text = SkipBlanks(file.head);
     const std::string extension = LowerExtension(file.path);
     if (IsBinaryStl(file)) return FileFormat::kStlBinary;
+    if (StartsWith(file.head, "3DG0")) return FileFormat::kTdpm;
     if (StartsWith(file.head, "glTF")) return FileFormat::kGlb;
     if (StartsWith(file.head, "ply\n") || StartsWith(file.head, "ply\r")) return FileFormat::kPly;
     if (StartsWith(text, "solid") && file.head.find("facet") != std::string::npos) return FileFormat::kStlText;
@@ -112,7 +113,8 @@ FileFormat Recognise(const FileEnds& file) {
     if (extension == "gltf") return FileFormat::kGltf;
     if (extension == "3ds") return FileFormat::k3ds;
     if (extension == "dae") return FileFormat::kCollada;
-    throw Failure(file.path, "not a model file (known are STL, OBJ, PLY, OFF, glTF, GLB, 3DS and DAE)");
+    if (extension == "3dg") return FileFormat::kTdpm;
+    throw Failure(file.path, "not a model file (known are 3DG, STL, OBJ, PLY, OFF, glTF, GLB, 3DS and DAE)");
 }
 
 [[noreturn]] void RefuseTruncated(const FileEnds& file, const std::string& why) {
@@ -252,6 +254,7 @@ const char* FormatName(FileFormat format) {
         case FileFormat::kGltf: return "glTF";
         case FileFormat::k3ds: return "3DS";
         case FileFormat::kCollada: return "COLLADA";
+        case FileFormat::kTdpm: return "3DG";
     }
     return "";
 }
@@ -267,6 +270,7 @@ const char* FormatExtension(FileFormat format) {
         case FileFormat::kGltf: return "gltf";
         case FileFormat::k3ds: return "3ds";
         case FileFormat::kCollada: return "dae";
+        case FileFormat::kTdpm: return "3dg";
     }
     return "";
 }
@@ -283,7 +287,8 @@ FileFormat IdentifyFile(const std::string& path) {
         case FileFormat::k3ds: Check3ds(file); break;
         case FileFormat::kObj:
         case FileFormat::kGltf:
-        case FileFormat::kCollada: break;
+        case FileFormat::kCollada:
+        case FileFormat::kTdpm: break;
     }
     return format;
 }

@@ -10,6 +10,12 @@
 
 namespace tessera::host {
 
+// By rows, for points as row vectors: the translation stands in 12 to 14.
+using Placement = std::array<double, 16>;
+
+// First a, then b.
+Placement Product(const Placement& a, const Placement& b);
+
 // One mesh as the engine takes it. The arrays lie in memory that the Model owns.
 struct ModelMesh {
     double* points = nullptr;          // three a vertex
@@ -31,10 +37,10 @@ struct ModelPart {
 
 struct ModelNode {
     std::string name;
-    int parent = -1;                     // index of a node before this one, -1 for the first
-    int part = -1;                       // index of the part that it shows, -1 for an assembly
-    std::array<double, 16> transform{};  // by rows, for points as row vectors: the translation stands in 12 to 14
-    bool mirrored = false;               // the transform's determinant is negative
+    int parent = -1;        // index of a node before this one, -1 for the first
+    int part = -1;          // index of the part that it shows, -1 for an assembly
+    Placement transform{};  // in the parent
+    bool mirrored = false;  // the transform's determinant is negative
 };
 
 // A model as read from a file. Text is UTF-8.

@@ -8,6 +8,8 @@
 
 namespace tessera::host {
 
+const char* const kUprightY = "upright=y";
+
 Scene CreateScene() {
     ITessera* scene = nullptr;
     if (CreateTessera(&scene) < 0 || scene == nullptr) throw Failure("the engine does not start");
@@ -24,19 +26,19 @@ bool BoxOf(ITessera& scene, int nodeId, Box& box) {
     return low[0] <= high[0] && low[1] <= high[1] && low[2] <= high[2];
 }
 
+Placement Product(const Placement& a, const Placement& b) {
+    Placement c{};
+    for (std::size_t i = 0; i < 16; ++i)
+        for (std::size_t k = 0; k < 4; ++k) c[i] += a[i / 4 * 4 + k] * b[k * 4 + i % 4];
+    return c;
+}
+
 void IncludeModel(const Model& model, Camera& camera) {
-    std::vector<std::array<double, 16>> world(model.nodes.size());
+    std::vector<Placement> world(model.nodes.size());
     for (std::size_t n = 0; n < model.nodes.size(); ++n) {
         const ModelNode& node = model.nodes[n];
-        world[n] = node.transform;
-        if (node.parent >= 0) {
-            const std::array<double, 16>& parent = world[static_cast<std::size_t>(node.parent)];
-            for (std::size_t i = 0; i < 16; ++i) {
-                world[n][i] = 0;
-                for (std::size_t k = 0; k < 4; ++k)
-                    world[n][i] += node.transform[i / 4 * 4 + k] * parent[k * 4 + i % 4];
-            }
-        }
+        world[n] =
+            node.parent < 0 ? node.transform : Product(node.transform, world[static_cast<std::size_t>(node.parent)]);
         if (node.part < 0) continue;
         for (const ModelMesh& mesh : model.parts[static_cast<std::size_t>(node.part)].meshes) {
             camera.Include(mesh.points, mesh.vertices, world[n]);
@@ -90,7 +92,7 @@ LoadedModel ModelLoader::Add(ModelImport& import) {
         }
         Require(scene_.SetParent(id, parent, &err), err, "a node's place in the tree");
         Name(id, parent, node.name);
-        std::array<double, 16> transform = node.transform;
+        Placement transform = node.transform;
         Require(scene_.SetTransform(id, transform.data(), &err), err, "a node's placement");
         if (node.mirrored) {
             Require(scene_.SetMirrorFlag(id, 1, &err), err, "a mirrored node");
@@ -107,6 +109,10 @@ LoadedModel ModelLoader::Add(ModelImport& import) {
         idOfNode.push_back(id);
     }
     loaded.id = idOfNode.at(0);
+    if (model.up == UpAxis::kY) {
+        int err = 0;
+        Require(scene_.SetPropertyString(loaded.id, EngineText(kUprightY).Get(), &err), err, "a model's property");
+    }
     Box box;
     if (!BoxOf(scene_, loaded.id, box)) throw Failure(file_, "none of its triangles has an area");
     return loaded;

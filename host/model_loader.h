@@ -22,6 +22,10 @@ using Scene = std::unique_ptr<ITessera, SceneRelease>;
 // An empty scene. Throws Failure.
 Scene CreateScene();
 
+// The property string of a model's assembly where the model's world has Y up. It goes into 3DG files, which have no
+// other place for it.
+extern const char* const kUprightY;
+
 // The box around all that a node shows, in the world. False where it shows nothing.
 bool BoxOf(ITessera& scene, int nodeId, Box& box);
 

@@ -1,57 +1,13 @@
 #include "png_file.h"
 
-#include <fcntl.h>
 #include <png.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 #include "failure.h"
+#include "replacement.h"
 
 namespace tessera::host {
-
-namespace {
-
-// A file that takes the place of another once it is written whole, and else leaves no trace.
-class Replacement {
-public:
-    explicit Replacement(const std::string& path) : path_(path), temporary_(path + ".XXXXXX") {
-        struct stat status {};
-        if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw Failure(path, "not a file to write");
-        const int descriptor = ::mkostemp(temporary_.data(), O_CLOEXEC);
-        if (descriptor < 0) throw Failure(path, std::string("cannot be written: ") + std::strerror(errno));
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        ::fchmod(descriptor, 0666 & ~mask);
-        stream_ = ::fdopen(descriptor, "wb");
-    }
-    ~Replacement() {
-        if (stream_ != nullptr) std::fclose(stream_);
-        if (!done_) ::unlink(temporary_.c_str());
-    }
-    Replacement(const Replacement&) = delete;
-    Replacement& operator=(const Replacement&) = delete;
-
-    std::FILE* Stream() const { return stream_; }
-
-    void Finish() {
-        const bool written = std::fclose(stream_) == 0;
-        stream_ = nullptr;
-        done_ = written && std::rename(temporary_.c_str(), path_.c_str()) == 0;
-        if (!done_) throw Failure(path_, std::string("cannot be written: ") + std::strerror(errno));
-    }
-
-private:
-    std::string path_;
-    std::string temporary_;
-    std::FILE* stream_ = nullptr;
-    bool done_ = false;
-};
-
-}  // namespace
 
 void WritePng(const std::string& path, const Image& image) {
     Replacement file(path);

@@ -4,6 +4,7 @@
 
 #include "pick_options.h"
 #include "render_options.h"
+#include "scene_file.h"
 
 namespace tessera::cli {
 
@@ -19,6 +20,16 @@ struct MeasureOptions {
     bool json = false;
 };
 void MeasureModel(const MeasureOptions& options);
+struct ConvertOptions {
+    std::vector<std::string> models;
+    std::string output;
+    std::optional<int> vrml;
+    std::optional<Section> section;
+    Talk talk;
+};
+// From the name of the file to write. Throws CLI::ValidationError where the options do not go together.
+host::SceneFormat OutputFormat(const ConvertOptions& options);
+void Convert(const ConvertOptions& options);
 void Info(const std::string& model, bool json, const Talk& talk);
 
 }  // namespace tessera::cli

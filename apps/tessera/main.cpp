@@ -7,6 +7,8 @@
 
 namespace {
 
+using tessera::cli::kModelFiles;
+
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
@@ -22,6 +24,7 @@ int Run(int argc, char** argv) {
     tessera::cli::MeasureOptions measure;
     tessera::cli::Talk infoTalk;
     std::string infoModel;
+    tessera::cli::ConvertOptions convert;
     bool json = false;
 
     CLI::App app("Shows and describes 3-D models of mechanical parts and assemblies.", "tessera");
@@ -39,9 +42,7 @@ int Run(int argc, char** argv) {
     pickCommand->footer("Example: tessera pick gearbox.glb --at 512,384 --what arc --json");
 
     CLI::App* sectionCommand = app.add_subcommand("section", "Measure the lines in which a plane cuts models");
-    sectionCommand->add_option("MODEL", section.models, "Model files: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
-        ->required()
-        ->option_text("...");
+    sectionCommand->add_option("MODEL", section.models, kModelFiles)->required()->option_text("...");
     sectionCommand
         ->add_option_function<std::string>(
             "--plane", [&](const std::string& s) { section.section = tessera::cli::ParseSection("--plane", s); },
@@ -53,10 +54,7 @@ int Run(int argc, char** argv) {
     sectionCommand->footer("Example: tessera section gearbox.glb --plane 0,0,0:0,1,0");
 
     CLI::App* measureCommand = app.add_subcommand("measure", "Measure volume, area, centre of mass and more");
-    measureCommand
-        ->add_option("MODEL", measure.picture.models, "Model files: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
-        ->required()
-        ->option_text("...");
+    measureCommand->add_option("MODEL", measure.picture.models, kModelFiles)->required()->option_text("...");
     measureCommand->add_option("--node", measure.path, "Path of the node to measure, as pick prints it")
         ->option_text("PATH");
     measureCommand
@@ -73,8 +71,25 @@ int Run(int argc, char** argv) {
     measureCommand->add_flag("--json", measure.json, "Print JSON");
     measureCommand->add_flag("-q,--quiet", measure.picture.talk.quiet, "Say nothing but errors on standard error");
 
+    CLI::App* convertCommand = app.add_subcommand("convert", "Write models to a 3DG, VRML or section file");
+    convertCommand->add_option("MODEL", convert.models, kModelFiles)->required()->option_text("...");
+    convertCommand
+        ->add_option("-o,--output", convert.output, "File to write: .3dg, .wrl (VRML) or .xml (lines of a section)")
+        ->required()
+        ->option_text("OUT");
+    convertCommand->add_option("--vrml", convert.vrml, "Version of VRML, 1 or 2 [2]")
+        ->check(CLI::IsMember({1, 2}).description(""))
+        ->option_text("N");
+    convertCommand
+        ->add_option_function<std::string>(
+            "--plane", [&](const std::string& s) { convert.section = tessera::cli::ParseSection("--plane", s); },
+            "Plane of the section, in the frame of each part; its lines are written in that frame too")
+        ->option_text("PX,PY,PZ:NX,NY,NZ");
+    convertCommand->add_flag("-q,--quiet", convert.talk.quiet, "Say nothing but errors on standard error");
+    convertCommand->footer("Example: tessera convert gearbox.glb bolt.stl -o all.3dg");
+
     CLI::App* infoCommand = app.add_subcommand("info", "Print a model's tree, parts, boxes and totals");
-    infoCommand->add_option("MODEL", infoModel, "Model file: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
+    infoCommand->add_option("MODEL", infoModel, "Model file: 3DG, STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
         ->required()
         ->option_text(" ");
     infoCommand->add_flag("--json", json, "Print JSON");
@@ -82,6 +97,7 @@ int Run(int argc, char** argv) {
 
     try {
         app.parse(argc, argv);
+        if (convertCommand->parsed()) tessera::cli::OutputFormat(convert);
     } catch (const CLI::ParseError& error) {
         // Help and version come here too, with status 0.
         return app.exit(error) == 0 ? kDone : kWrongUsage;
@@ -90,6 +106,7 @@ int Run(int argc, char** argv) {
     if (pickCommand->parsed()) tessera::cli::Pick(pick);
     if (sectionCommand->parsed()) tessera::cli::MeasureSection(section, json);
     if (measureCommand->parsed()) tessera::cli::MeasureModel(measure);
+    if (convertCommand->parsed()) tessera::cli::Convert(convert);
     if (infoCommand->parsed()) tessera::cli::Info(infoModel, json, infoTalk);
     return std::fflush(stdout) == 0 ? kDone : Fail("standard output cannot be written");
 }

@@ -19,7 +19,7 @@ ModelView::ModelView(const RenderOptions& options)
       lens_{static_cast<double>(options.width) / options.height, options.parallel},
       progress_(!options.talk.quiet),
       scene_(host::CreateScene()),
-      import_(std::make_unique<host::ModelImport>(options.models[0])) {}
+      source_(host::ModelSource::Open(options.models[0])) {}
 
 void ModelView::Say(const char* stage) const {
     if (!options_.talk.verbose) return;
@@ -27,24 +27,17 @@ void ModelView::Say(const char* stage) const {
     std::fprintf(stderr, "%-9s %.3f s\n", stage, since.count());
 }
 
-void ModelView::Wait(host::ModelImport& import) {
-    while (!import.WaitFor(100)) progress_.Show("reading " + import.Path(), import.Fraction());
-    import.Finish();
-}
-
 // Each further file is read while the one before it is put into the scene.
 void ModelView::Read() {
-    host::ModelLoader loader(*scene_);
     for (std::size_t i = 0; i < options_.models.size(); ++i) {
-        Wait(*import_);
+        source_->Finish(progress_);
         Say("read");
-        std::unique_ptr<host::ModelImport> next;
-        if (i + 1 < options_.models.size()) next = std::make_unique<host::ModelImport>(options_.models[i + 1]);
-        progress_.Show("building " + import_->Path(), -1);
-        if (!camera_) camera_ = host::Camera::Named(options_.view, Vertical(import_->Result().up), lens_);
-        if (!options_.eye && options_.explode == 0) host::IncludeModel(import_->Result(), *camera_);
-        models_.push_back(loader.Add(*import_));
-        import_ = std::move(next);
+        std::unique_ptr<host::ModelSource> next;
+        if (i + 1 < options_.models.size()) next = host::ModelSource::Open(options_.models[i + 1]);
+        if (!camera_) camera_ = host::Camera::Named(options_.view, Vertical(source_->Up()), lens_);
+        if (!options_.eye && options_.explode == 0) source_->Include(*camera_);
+        models_.push_back(source_->AddTo(*scene_, progress_));
+        source_ = std::move(next);
         const host::LoadedModel& model = models_.back();
         if (!options_.talk.quiet && model.lines + model.points > 0) {
             progress_.Clear();

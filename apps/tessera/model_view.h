@@ -5,8 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "model_loader.h"
-#include "progress.h"
+#include "model_source.h"
 #include "render_options.h"
 
 namespace tessera::cli {
@@ -29,7 +28,6 @@ public:
 
 private:
     void Read();
-    void Wait(host::ModelImport& import);
     host::UpAxis Vertical(host::UpAxis ofModel) const;
     host::Camera PlacedCamera(const host::Box& box) const;
     void SetLook(const host::Box& box) const;
@@ -41,7 +39,7 @@ private:
     const std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
     host::Progress progress_;
     host::Scene scene_;
-    std::unique_ptr<host::ModelImport> import_;  // under way
+    std::unique_ptr<host::ModelSource> source_;  // under way
     std::vector<host::LoadedModel> models_;
     std::optional<host::Camera> camera_;
 };

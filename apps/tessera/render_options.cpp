@@ -125,9 +125,7 @@ Section ParseSection(const std::string& option, std::string_view text) {
 }
 
 void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
-    command.add_option("MODEL", options.models, "Model files: STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
-        ->required()
-        ->option_text("...");
+    command.add_option("MODEL", options.models, kModelFiles)->required()->option_text("...");
     command
         .add_option_function<std::string>(
             "--size", [&](const std::string& text) { ParseSize(text, options); }, "Pixels of the picture [1024x768]")

@@ -11,6 +11,9 @@
 
 namespace tessera::cli {
 
+// What commands take.
+constexpr const char* kModelFiles = "Model files: 3DG, STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE";
+
 enum class Overlay { kNone, kEdges, kVertices };
 
 // How much a command tells on standard error.

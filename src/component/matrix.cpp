@@ -171,8 +171,6 @@ bool CMatrix::Equals(const CMatrix& other) const {
     return true;
 }
 
-bool CMatrix::WriteToFile(std::FILE* file) const { return std::fwrite(m_, sizeof m_, 1, file) == 1; }
-
 Vec3 TransformPoint(const Vec3& p, const CMatrix& matrix) { return PointThrough(p, matrix.Forward()); }
 Vec3 TransformPointByInverse(const Vec3& p, const CMatrix& matrix) { return PointThrough(p, matrix.Inverse()); }
 Vec3 TransformDirection(const Vec3& v, const CMatrix& matrix) { return DirectionThrough(v, matrix.Forward()); }

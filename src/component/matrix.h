@@ -1,8 +1,6 @@
 // A transform that carries its own inverse.
 #pragma once
 
-#include <cstdio>
-
 #include "component/vector3.h"
 
 namespace tessera {
@@ -37,8 +35,6 @@ public:
     void Invert();
     // Whether all elements agree to 1e-8; the inverses are not compared.
     bool Equals(const CMatrix& other) const;
-    // 128 bytes: the sixteen doubles.
-    bool WriteToFile(std::FILE* file) const;
 
     const double* Forward() const { return m_; }
     const double* Inverse() const { return inverse_; }

@@ -257,12 +257,14 @@ public:
     HRESULT SetNoteFont(int noteID, tagQNRLOGFONT font, int* errCode) override;
     HRESULT EnableNoteCrossSection(int noteID, LONG status, int* errCode) override;
 
-    // component/unavailable.cpp
+    // exchange/facade_export.cpp
     HRESULT WriteVRML(BSTR fname) override;
     HRESULT WriteVRML_2(BSTR fname) override;
     HRESULT WriteTDPM(BSTR filename, int* errCode) override;
     HRESULT SaveCrossSection(BSTR filename, int* errCode) override;
     HRESULT ScanGraphicData(int nodeID, int mode, IUnknown* graphicDataPtr, int* errCode) override;
+
+    // component/unavailable.cpp
     HRESULT ExportU3D(BSTR fname, float* pViews, ULONG numViews, VARIANT_BOOL useCompression) override;
 
 private:

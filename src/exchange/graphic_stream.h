@@ -19,12 +19,21 @@ extern int g_tdgImportVer;
 constexpr int kByteTags = 423, kNormalIndices = 424, kLevels = 448, kTwoColors = 719;
 
 enum StreamTag : std::uint8_t {
+    TagPart = 1,
+    TagEndOfPartRecord = 2,
     TagTriMesh = 3,
+    TagEndOfFile = 6,
     TagPolyLine = 7,
     TagPointSet = 8,
+    TagAssembly = 9,
+    TagEndOfAssembly = 10,
+    TagPartInstance = 11,
+    TagEndOfPartInstance = 12,
+    TagEndOfTree = 13,
     TagEndOfRecords = 15,
     TagLodGroup = 16,
     TagEndOfPart = 17,
+    TagMeshBlock = 18,
     TagEndOfLodGroup = 19,
 };
 

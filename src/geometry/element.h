@@ -14,6 +14,10 @@ namespace tessera {
 
 class CTriMesh;
 class GraphicStream;
+class IGraphicDataCollector;
+class OutputFile;
+class SectionTables;
+class TextOutput;
 struct PickHit;
 struct PickView;
 class SpoolFile;
@@ -100,6 +104,15 @@ public:
     virtual double GetSurfaceArea() { return 0; }
     // Length of the line in which the section plane cuts the element, in units of its own frame.
     virtual float GetSectionLength(const CMatrix& /*matrix*/) { return 0; }
+
+    // Adds the cuts of the section plane, in the element's frame.
+    virtual void CutByPlane(SectionTables&, const CMatrix& /*matrix*/) {}
+
+    // The element's record in a file: exchange/.
+    virtual void WriteTDPM(OutputFile&) {}
+    virtual void WriteVRML(TextOutput&, const CMatrix& /*matrix*/, int /*flip*/) {}
+    virtual void WriteVRML2(TextOutput&, const CMatrix& /*matrix*/) {}
+    virtual void ScanGraphicData(const CMatrix& /*matrix*/, IGraphicDataCollector&) {}
 
     // Whether the section plane cuts away what lies on its negative side.
     bool IsClipping() const { return sectionEnabled != 0 && planeClipOn != 0; }

@@ -24,8 +24,10 @@ public:
     void AddPoint(const Vec3& p);
     void End();
 
-    // exchange/curve_import.cpp
+    // exchange/
     void ReadStream(GraphicStream& stream) override;
+    void WriteTDPM(OutputFile& file) override;
+    void WriteVRML2(TextOutput& out, const CMatrix& matrix) override;
 
     // render/point_set_draw.cpp
     void Draw(const CMatrix& matrix, int kind, int pass) override;

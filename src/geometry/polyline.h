@@ -36,8 +36,13 @@ public:
     // A single point is dropped, and the build stays open.
     void End();
 
-    // exchange/curve_import.cpp
+    // exchange/
     void ReadStream(GraphicStream& stream) override;
+    void WriteTDPM(OutputFile& file) override;
+    void WriteVRML(TextOutput& out, const CMatrix& matrix, int flip) override;
+    void WriteVRML2(TextOutput& out, const CMatrix& matrix) override;
+    void AppendToXml(TextOutput& out) const;
+    void ScanGraphicData(const CMatrix& matrix, IGraphicDataCollector& collector) override;
 
     // render/polyline_draw.cpp
     void Draw(const CMatrix& matrix, int kind, int pass) override;

@@ -88,10 +88,4 @@ void TriNormalTable::Clear() {
     unknown_.clear();
 }
 
-bool TriNormalTable::Write(std::FILE* file) const {
-    const std::uint32_t count = Count();
-    return std::fwrite(&count, sizeof count, 1, file) == 1 &&
-           std::fwrite(normals_.data(), sizeof(Vec3), count, file) == count;
-}
-
 }  // namespace tessera

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <utility>
 #include <vector>
 
@@ -35,7 +34,6 @@ public:
     std::uint32_t LookUpOrAdd(const Vec3& v);
     void BuildGrid();
     void Clear();
-    bool Write(std::FILE* file) const;
 
 private:
     static constexpr Vec3 kUnused{1, 0, 0};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "geometry/element.h"
@@ -115,8 +116,13 @@ public:
     void SpoolOut(const std::shared_ptr<SpoolFile>& file) override;
     void Reload() override;
 
-    // exchange/trimesh_import.cpp
+    // exchange/trimesh_import.cpp, tdpm.cpp, vrml1_elements.cpp, vrml2_elements.cpp, section_xml.cpp, graphic_scan.cpp
     void ReadStream(GraphicStream& stream) override;
+    void WriteTDPM(OutputFile& file) override;
+    void WriteVRML(TextOutput& out, const CMatrix& matrix, int flip) override;
+    void WriteVRML2(TextOutput& out, const CMatrix& matrix) override;
+    void CutByPlane(SectionTables& tables, const CMatrix& matrix) override;
+    void ScanGraphicData(const CMatrix& matrix, IGraphicDataCollector& collector) override;
 
     // query/trimesh_pick.cpp, trimesh_surface.cpp, trimesh_section.cpp
     bool PickPoint(const PickView& view, const CMatrix& matrix, PickHit& hit) override;
@@ -177,9 +183,10 @@ private:
     void OrientNeighbours(TriangleIndex t, TriangleIndex& pending);
     void FlipTriangle(TriMeshTriangle& t);
 
-    // exchange/trimesh_import.cpp
+    // exchange/trimesh_import.cpp, vrml2_elements.cpp
     void ReadVertices(GraphicStream& stream);
     void ReadTriangles(GraphicStream& stream);
+    void PutNormals(TextOutput& out, std::string_view before, const CMatrix& matrix) const;
 
     // geometry/trimesh_normals.cpp
     void SmoothNormals(const std::vector<Vec3>& facets);

@@ -82,4 +82,18 @@ std::string ToUtf8(const String& text) {
     return out;
 }
 
+std::string ToCodePage(const String& text) {
+    const String head = text.substr(0, text.find(OLECHAR(0)));
+#ifdef _WIN32
+    const int length = static_cast<int>(head.size());
+    std::string out(
+        static_cast<std::size_t>(WideCharToMultiByte(CP_ACP, 0, head.data(), length, nullptr, 0, nullptr, nullptr)),
+        '\0');
+    WideCharToMultiByte(CP_ACP, 0, head.data(), length, out.data(), static_cast<int>(out.size()), nullptr, nullptr);
+    return out;
+#else
+    return ToUtf8(head);
+#endif
+}
+
 }  // namespace tessera

@@ -21,5 +21,7 @@ String Numbered(const String& base, int number);
 bool SplitNumbered(const String& text, String& base, int& number);
 // UTF-8, as file systems take it. Halves of surrogate pairs become U+FFFD.
 std::string ToUtf8(const String& text);
+// The text up to its first zero in the system's code page for narrow characters; UTF-8 where there is none.
+std::string ToCodePage(const String& text);
 
 }  // namespace tessera

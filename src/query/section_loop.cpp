@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <numeric>
 
 #include "geometry/polyline.h"
 
@@ -43,18 +44,24 @@ void SectionTables::Index() {
     Enter(ends_, false);
 }
 
+// Each chain stands in the order of the buckets: the cuts put first, the latest before the others, then the rest.
 void SectionTables::Enter(Table& table, bool byStart) {
-    for (std::size_t i = cuts_.size(); i-- > 0;) {
+    const auto enter = [&](std::size_t i) {
         const Vec3& p = PointOf(cuts_[i], byStart);
         std::uint32_t& head =
             table.heads[SlotOf(std::floor(p.x * perUnit_), std::floor(p.y * perUnit_), std::floor(p.z * perUnit_))];
         table.next[i] = head;
         head = static_cast<std::uint32_t>(i);
-    }
+    };
+    for (std::size_t i = cuts_.size(); i-- > 0;)
+        if (cuts_[i].order > 0) enter(i);
+    for (std::size_t i = 0; i < cuts_.size(); ++i)
+        if (cuts_[i].order < 0) enter(i);
 }
 
-// The first in the order of the bucket, among all cells that the tolerance reaches into.
-std::int64_t SectionTables::Find(const Table& table, bool byStart, const Vec3& tip) const {
+// The first in the order of the bucket, among all cells that the tolerance reaches into. Used cuts leave the chains
+// that they are met in, so that walks along dense curves do not meet them again.
+std::int64_t SectionTables::Find(Table& table, bool byStart, const Vec3& tip) {
     double low[3];
     int cells[3];  // 2 where the tolerance reaches over a border
     for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -64,11 +71,19 @@ std::int64_t SectionTables::Find(const Table& table, bool byStart, const Vec3& t
     const int bucket = BucketOf(tip);
     std::int64_t found = -1;
     const auto search = [&](std::size_t slot) {
-        for (std::uint32_t i = table.heads[slot]; i != kNone; i = table.next[i]) {
-            const Record& r = cuts_[i];
+        for (std::uint32_t* link = &table.heads[slot]; *link != kNone;) {
+            const Record& r = cuts_[*link];
+            if (r.used) {
+                *link = table.next[*link];
+                continue;
+            }
+            if (found >= 0 && r.order >= cuts_[static_cast<std::size_t>(found)].order) return;
             const Vec3& p = PointOf(r, byStart);
-            if (r.used || (found >= 0 && r.order >= cuts_[static_cast<std::size_t>(found)].order)) continue;
-            if (PointsEqual(p, tip) && BucketOf(p) == bucket) found = i;
+            if (PointsEqual(p, tip) && BucketOf(p) == bucket) {
+                found = *link;
+                return;
+            }
+            link = &table.next[*link];
         }
     };
     for (int x = 0; x < cells[0]; ++x)
@@ -95,6 +110,31 @@ void SectionTables::TakeFirst() {
     if (first != cuts_.end()) first->used = true;
 }
 
+bool SectionTables::TakeOldest(SectionCut& cut) {
+    if (cuts_.empty()) return false;
+    cuts_.front().used = true;
+    cut = cuts_.front().cut;
+    return true;
+}
+
+bool SectionTables::TakeNext(SectionCut& cut) {
+    if (byBucket_.empty()) {
+        std::vector<int> buckets;
+        buckets.reserve(cuts_.size());
+        for (const Record& r : cuts_) buckets.push_back(BucketOf(r.cut.start));
+        byBucket_.resize(cuts_.size());
+        std::iota(byBucket_.begin(), byBucket_.end(), 0u);
+        std::stable_sort(byBucket_.begin(), byBucket_.end(),
+                         [&](std::uint32_t a, std::uint32_t b) { return buckets[a] < buckets[b]; });
+    }
+    while (nextLeft_ < byBucket_.size() && cuts_[byBucket_[nextLeft_]].used) ++nextLeft_;
+    if (nextLeft_ == byBucket_.size()) return false;
+    Record& r = cuts_[byBucket_[nextLeft_]];
+    r.used = true;
+    cut = r.cut;
+    return true;
+}
+
 void TraceLoop(SectionTables& tables, const SectionCut& first, CPolyLine& curve, int& segment) {
     curve.Begin(6, 10);
     curve.AddPoint(first.start);
@@ -117,6 +157,21 @@ void TraceLoop(SectionTables& tables, const SectionCut& first, CPolyLine& curve,
         tip = next;
         ++segment;
     }
+    curve.End();
+}
+
+void ChainCurve(SectionTables& tables, const SectionCut& first, CPolyLine& curve) {
+    curve.Begin(6, 10);
+    curve.AddPoint(first.start);
+    curve.AddPoint(first.end);
+    Vec3 tip = first.end;
+    bool closed = false;
+    while (!closed && tables.Follow(tip, tip)) {
+        curve.AddPoint(tip);
+        closed = PointsEqual(tip, first.start);
+    }
+    tip = first.start;
+    while (!closed && tables.Follow(tip, tip)) curve.AddPointFront(tip);
     curve.End();
 }
 

@@ -10,8 +10,8 @@ namespace tessera {
 
 class CPolyLine;
 
-// Of the tables from which one curve is traced.
-constexpr int kLoopDivisor = 59;
+// Of the tables from which one curve is traced, and of those from which all curves of a part are chained.
+constexpr int kLoopDivisor = 59, kChainDivisor = 99;
 
 // The cuts of a section in two tables of buckets, one by their starts and one by their ends. A bucket is found by the
 // ceilings of a point's coordinates, so that equal points on either side of an integer do not find each other;
@@ -33,6 +33,10 @@ public:
     bool Follow(const Vec3& tip, Vec3& next);
     // Takes the cut that was put first last.
     void TakeFirst();
+    // Takes the cut that was appended first.
+    bool TakeOldest(SectionCut& cut);
+    // Takes the first cut left, by the buckets of their starts.
+    bool TakeNext(SectionCut& cut);
     int BucketOf(const Vec3& p) const;
 
 private:
@@ -48,16 +52,21 @@ private:
     static const Vec3& PointOf(const Record& r, bool byStart) { return byStart ? r.cut.start : r.cut.end; }
     std::size_t SlotOf(double x, double y, double z) const;
     void Enter(Table& table, bool byStart);
-    std::int64_t Find(const Table& table, bool byStart, const Vec3& tip) const;
+    std::int64_t Find(Table& table, bool byStart, const Vec3& tip);
 
     int divisor_;
     double tolerance_ = 0, perUnit_ = 1;
     std::vector<Record> cuts_;
     Table starts_, ends_;
+    std::vector<std::uint32_t> byBucket_;  // made by the first TakeNext
+    std::size_t nextLeft_ = 0;             // in byBucket_
 };
 
 // Grows the curve from the cut that was put first last, in both directions, as far as cuts meet or until it closes.
 // segment: the index of that cut in the curve.
 void TraceLoop(SectionTables& tables, const SectionCut& first, CPolyLine& curve, int& segment);
+
+// Grows an empty curve from a cut that has been taken. A point that the curve refuses still leads on.
+void ChainCurve(SectionTables& tables, const SectionCut& first, CPolyLine& curve);
 
 }  // namespace tessera

@@ -95,6 +95,13 @@ public:
     double GetProjectedSurfaceXY() override;
     Vec3 GetCenterOfMass(const CMatrix& M, const CMatrix& E) override;
 
+    void WriteTDPMTree(OutputFile& file) const override;
+    void WriteTDPMParts(OutputFile& file) override;
+    void ClearWrittenMark() override;
+    void WriteVRML(TextOutput& out, const CMatrix& M, int flip, Vrml version) override;
+    void SaveCrossSection(TextOutput& out) override;
+    void ScanGraphicData(const CMatrix& M, const CMatrix& E, IGraphicDataCollector& collector) override;
+
 private:
     void Unlink(std::list<CNode*>::iterator child);
     void ForgetName(const String& name);

@@ -14,11 +14,15 @@ namespace tessera {
 class CAssembly;
 class CPart;
 class IDecimator;
+class IGraphicDataCollector;
+class OutputFile;
 class SpoolFile;
+class TextOutput;
 struct Color;
 struct PickHit;
 struct PickView;
 enum class PickKind : int;
+enum class Vrml;
 
 // The settings of a node, with their values in a new one.
 struct NodeState {
@@ -139,6 +143,17 @@ public:
     virtual Vec3 GetCenterOfMass(const CMatrix& /*M*/, const CMatrix& /*E*/) { return {}; }
     // query/node_pick.cpp: length of the section lines, without explode transforms, each in its part's units.
     virtual float GetCrossSectionLength(const CMatrix& /*M*/) { return 0; }
+
+    // exchange/tdpm.cpp: the record of the subtree, then its parts that are not marked as written.
+    virtual void WriteTDPMTree(OutputFile& file) const;
+    virtual void WriteTDPMParts(OutputFile&) {}
+    virtual void ClearWrittenMark() {}
+    // exchange/vrml.cpp
+    virtual void WriteVRML(TextOutput&, const CMatrix& /*M*/, int /*flip*/, Vrml) {}
+    // exchange/section_xml.cpp
+    virtual void SaveCrossSection(TextOutput&) {}
+    // exchange/graphic_scan.cpp
+    virtual void ScanGraphicData(const CMatrix& /*M*/, const CMatrix& /*E*/, IGraphicDataCollector&) {}
 
 protected:
     String name_;

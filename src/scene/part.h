@@ -19,6 +19,8 @@ class ColumnScan;
 class CTriMesh;
 class GraphicStream;
 class LineFilter;
+class OutputFile;
+class TextOutput;
 class TextureCache;
 class TriNormalTable;
 struct PickHit;
@@ -55,6 +57,7 @@ struct PartState {
     unsigned envTexture = 0;  // OpenGL name of the loaded texture
     bool lodsComputed = false;
     std::vector<LodGroup> lodGroups;
+    bool writtenMark = false;  // set only while a 3DG file is written
 };
 
 // Not a node: part instances point at it and count themselves, and the last one deletes it.
@@ -138,6 +141,11 @@ public:
     // render/part_levels.cpp: once a part.
     void ComputePartLods(IDecimator* decimator);
     void DrawSimple(const CMatrix& matrix, bool withBox);
+
+    // exchange/tdpm.cpp
+    void WriteTDPM(OutputFile& file) const;
+    // exchange/section_xml.cpp: the curves of the section in the part's own frame.
+    void SaveCrossSection(TextOutput& out);
 
 private:
     Color& ColorOf(ColorIndex index);

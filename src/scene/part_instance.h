@@ -81,6 +81,13 @@ public:
     double GetProjectedSurfaceXY() override;
     Vec3 GetCenterOfMass(const CMatrix& M, const CMatrix& E) override;
 
+    void WriteTDPMTree(OutputFile& file) const override;
+    void WriteTDPMParts(OutputFile& file) override;
+    void ClearWrittenMark() override;
+    void WriteVRML(TextOutput& out, const CMatrix& M, int flip, Vrml version) override;
+    void SaveCrossSection(TextOutput& out) override;
+    void ScanGraphicData(const CMatrix& M, const CMatrix& E, IGraphicDataCollector& collector) override;
+
 private:
     // Own transform, and for an exploded node the explode transform, with those of the ancestors.
     CMatrix Placement(const CMatrix& M, const CMatrix& E) const;

@@ -1,0 +1,51 @@
+// The interface's methods: what leaves the engine.
+#include "component/tessera.h"
+#include "exchange/export.h"
+#include "exchange/vrml.h"
+#include "scene/assembly.h"
+#include "tessera/igraphic_collector.h"
+
+namespace tessera {
+
+HRESULT CTessera::WriteTDPM(BSTR filename, int* errCode) {
+    const bool written = WriteTDPMFile(ToString(filename), *m_root, triNormals);
+    Give(errCode, static_cast<int>(written ? ErrDone : ErrNotFound));
+    return STATUS_OK;
+}
+
+HRESULT CTessera::WriteVRML(BSTR fname) {
+    WriteVRMLFile(ToString(fname), *m_root, Vrml::One);
+    return STATUS_OK;
+}
+
+HRESULT CTessera::WriteVRML_2(BSTR fname) {
+    WriteVRMLFile(ToString(fname), *m_root, Vrml::Two);
+    return STATUS_OK;
+}
+
+// There is no code for a file that could not be written.
+HRESULT CTessera::SaveCrossSection(BSTR filename, int* errCode) {
+    SaveSectionFile(ToString(filename), *m_root);
+    Give(errCode, static_cast<int>(ErrDone));
+    return STATUS_OK;
+}
+
+// Only the root is scanned; any other node is merely looked for.
+HRESULT CTessera::ScanGraphicData(int nodeID, int, IUnknown* graphicDataPtr, int* errCode) {
+    void* found = nullptr;
+    if (!graphicDataPtr || graphicDataPtr->QueryInterface(IID_IGraphicDataCollector, &found) < 0 || !found) {
+        Give(errCode, static_cast<int>(ErrState));
+        return STATUS_OK;
+    }
+    auto* const collector = static_cast<IGraphicDataCollector*>(found);
+    if (nodeID == m_root->id) {
+        m_root->ScanGraphicData(CMatrix(), CMatrix(), *collector);
+        Give(errCode, static_cast<int>(ErrDone));
+    } else {
+        NodeOf(nodeID, errCode);
+    }
+    graphicDataPtr->Release();
+    return STATUS_OK;
+}
+
+}  // namespace tessera

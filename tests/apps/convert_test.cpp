@@ -1,0 +1,159 @@
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "failure.h"
+#include "program.h"
+#include "tdpm_loader.h"
+
+namespace {
+
+using nlohmann::json;
+using tessera::host::Failure;
+using tessera::host::TdpmFile;
+
+class ConvertCommand : public ProgramTest {
+protected:
+    std::string Convert(const std::string& model, const std::string& name,
+                        std::vector<std::string> options = {}) const {
+        options.insert(options.begin(), {"convert", model, "-o", Path(name)});
+        const Outcome outcome = Tessera(options);
+        EXPECT_EQ(outcome.status, 0) << model << outcome.err;
+        return Path(name);
+    }
+    static std::string Content(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+};
+
+TEST_F(ConvertCommand, ComesBackFromTdpmAsItWas) {
+    const std::string gearbox = Gearbox(), first = Convert(gearbox, "1.3dg");
+    json before = Info(gearbox), after = Info(first);
+    EXPECT_EQ(after.at("files")[0].at("format"), "3DG");
+    const auto shown = [](const json& info) {
+        json nodes = json::array();
+        for (json node : info.at("nodes")) {
+            for (const char* ofTheSession : {"id", "parent", "part"}) node.erase(ofTheSession);
+            nodes.push_back(node);
+        }
+        return nodes;
+    };
+    EXPECT_EQ(shown(before), shown(after));
+    EXPECT_EQ(before.at("totals"), after.at("totals"));
+    for (const std::string& model : {gearbox, first})
+        EXPECT_EQ(Tessera({"render", model, "-o", model + ".png", "--size", "320x240"}).status, 0);
+    EXPECT_TRUE(Content(gearbox + ".png") == Content(first + ".png"));
+
+    std::vector<std::string> models = {gearbox};
+    if (std::filesystem::is_directory(MODELS_FOLDER)) {
+        for (const auto& entry : std::filesystem::directory_iterator(MODELS_FOLDER)) {
+            const std::string name = entry.path().filename().string(), kind = entry.path().extension().string();
+            if (name == "mountain_points.ply" || name == "prusa_extruder_body_fine.ply") continue;
+            if (kind == ".glb" || kind == ".stl" || kind == ".obj" || kind == ".ply") models.push_back(entry.path());
+        }
+    }
+    for (const std::string& model : models) {
+        const std::string second = Convert(Convert(model, "a.3dg"), "b.3dg"), third = Convert(second, "c.3dg");
+        EXPECT_TRUE(Content(second) == Content(third)) << model;
+    }
+    const std::string two = Convert(first, "two.3dg", {gearbox});
+    EXPECT_EQ(Info(two).at("totals").at("instances"), 260);
+}
+
+TEST_F(ConvertCommand, WritesWhatTheNameSays) {
+    const std::string cube = Write("cube.obj", CubeObj("none.mtl"));
+    EXPECT_EQ(Content(Convert(cube, "a.wrl")).substr(0, 10), "#VRML V2.0");
+    EXPECT_EQ(Content(Convert(cube, "a.WRL", {"--vrml", "1"})).substr(0, 10), "#VRML V1.0");
+    const std::string lines = Content(Convert(cube, "a.xml", {"--plane", "0.5,0.5,0.5:1,0,0"}));
+    EXPECT_NE(lines.find("<P>0.500,1.000,1.000</P>"), std::string::npos) << lines;
+    const std::vector<std::string> before = FilesLeft();
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        const char* reason;
+    } cases[] = {
+        {{Path("a.png")}, 2, ".3dg, .wrl or .xml"},    {{Path("b.xml")}, 2, "--plane"},
+        {{Path("b.3dg"), "--vrml", "1"}, 2, "--vrml"}, {{Path("b.wrl"), "--plane", "0,0,0:1,0,0"}, 2, "--plane"},
+        {{Path("none/b.3dg")}, 1, "No such file"},     {{Path("."), "--vrml", "3"}, 2, "--vrml"},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> command = {"convert", cube, "-o"};
+        command.insert(command.end(), c.arguments.begin(), c.arguments.end());
+        const Outcome outcome = Tessera(command);
+        EXPECT_EQ(outcome.status, c.status) << c.arguments[0];
+        EXPECT_NE(outcome.err.find(c.reason), std::string::npos) << outcome.err;
+    }
+    EXPECT_EQ(FilesLeft(), before);
+}
+
+// Every file that differs in one byte, or ends early, is read or refused, and then the scene is as it was.
+TEST_F(ConvertCommand, RefusesDamagedTdpm) {
+    tessera::ITessera* scene = nullptr;
+    ASSERT_EQ(tessera::CreateTessera(&scene), 0);
+    const std::string whole = [&] {
+        const std::string name = Convert(Write("one.obj", "o a\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"), "one.3dg");
+        return Content(name);
+    }();
+    // Behind the mesh, elements and a level that the program does not make.
+    std::string bytes = whole.substr(0, whole.size() - 3);
+    const auto put = [&](auto value) { bytes.append(reinterpret_cast<const char*>(&value), sizeof value); };
+    const auto floats = [&](int count) {
+        for (int i = 0; i < count; ++i) put(static_cast<float>(i));
+    };
+    put('\x07'), floats(3), put(2), floats(3), put('\0'), floats(3), put('\1');
+    put('\x08'), floats(3), put(1), floats(3);
+    put('\x10'), put('\x12'), floats(4), put('\0'), put(18), floats(18), put(2), put(3), put(0), put('\x13');
+    put('\x11'), put('\2'), put('\6');
+
+    int refused = 0;
+    const auto load = [&](const std::string& content) {
+        int nodes = 0, err = 0;
+        try {
+            const TdpmFile file("x.3dg", {content.begin(), content.end()});
+            const tessera::host::LoadedModel model = tessera::host::LoadTdpm(*scene, file);
+            scene->GetNumberOfPartInstance(model.id, &nodes, &err);
+            EXPECT_EQ(nodes, 1);
+            scene->Remove(model.id, &err);
+        } catch (const Failure& failure) {
+            ++refused;
+            EXPECT_EQ(std::string(failure.what()).rfind("x.3dg: ", 0), 0U) << failure.what();
+        }
+        scene->GetNumberOfPartInstance(0, &nodes, &err);
+        EXPECT_EQ(nodes, 0);
+    };
+    load(bytes);
+    EXPECT_EQ(refused, 0);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        load(bytes.substr(0, i));
+        EXPECT_EQ(refused, 1) << "cut to " << i;
+        refused = 0;
+    }
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        std::string changed = bytes;
+        for (const char mask : {'\x01', '\x1f', '\xff'}) {
+            changed[i] = static_cast<char>(bytes[i] ^ mask);
+            load(changed);
+        }
+    }
+    EXPECT_GT(refused, 300);
+    const auto reason = [&](std::size_t at, char value) -> std::string {
+        std::string changed = bytes;
+        changed[at] = value;
+        try {
+            TdpmFile("x.3dg", {changed.begin(), changed.end()});
+        } catch (const Failure& failure) {
+            return failure.what();
+        }
+        return {};
+    };
+    EXPECT_EQ(reason(10, 5), "x.3dg: damaged at byte 10: tag 5 in the tree");
+    EXPECT_EQ(reason(bytes.size() - 1, 9),
+              "x.3dg: damaged at byte " + std::to_string(bytes.size() - 1) + ": tag 9 where a part should begin");
+    scene->Release();
+}
+
+}  // namespace
