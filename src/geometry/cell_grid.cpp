@@ -56,12 +56,14 @@ void CellGrid::Reset(const CellRule& rule, double tolerance, std::size_t expecte
     entered_ = 0;
     exact_.assign(std::bit_ceil(std::max<std::size_t>(expected + expected / 2, 1024)), kNone);
     heads_.assign(1024, kNone);
+    tails_.assign(1024, kNone);
     links_.clear();
 }
 
 void CellGrid::Release() {
     std::vector<std::uint32_t>().swap(exact_);
     std::vector<std::uint32_t>().swap(heads_);
+    std::vector<std::uint32_t>().swap(tails_);
     std::vector<Link>().swap(links_);
 }
 
@@ -150,9 +152,10 @@ void CellGrid::Enter(const Vec3* points, const Vec3& p) {
 }
 
 void CellGrid::EnterNear(const Vec3& p, std::uint32_t index) {
-    std::uint32_t* end = &heads_[SlotOf({BucketOf(p.x), BucketOf(p.y), BucketOf(p.z), CellOf(p)})];
-    while (*end != kNone) end = &links_[*end].next;
-    *end = static_cast<std::uint32_t>(links_.size());
+    const std::size_t slot = SlotOf({BucketOf(p.x), BucketOf(p.y), BucketOf(p.z), CellOf(p)});
+    const auto link = static_cast<std::uint32_t>(links_.size());
+    (heads_[slot] == kNone ? heads_[slot] : links_[tails_[slot]].next) = link;
+    tails_[slot] = link;
     links_.push_back({index, kNone});
 }
 
@@ -171,6 +174,7 @@ void CellGrid::GrowExact(const Vec3* points) {
 
 void CellGrid::GrowNear(const Vec3* points) {
     heads_.assign(heads_.size() * 4, kNone);
+    tails_.assign(heads_.size(), kNone);
     std::vector<Link> former;
     former.swap(links_);
     links_.reserve(heads_.size());

@@ -80,6 +80,7 @@ private:
     std::size_t entered_ = 0;
     std::vector<std::uint32_t> exact_;  // open addressing by the points' bits
     std::vector<std::uint32_t> heads_;  // of the chains of links, in order of entry
+    std::vector<std::uint32_t> tails_;  // their last links
     std::vector<Link> links_;
     std::size_t slot_ = 0;  // where the last LookUp looked
 };

@@ -1,27 +1,26 @@
 #include "platform/file.h"
 
-#include <cstdio>
-#include <memory>
+#include <algorithm>
+#include <filesystem>
+
+#include "platform/output_file.h"
 
 namespace tessera {
 
-bool ReadWholeFile(const String& path, std::vector<std::uint8_t>& data) {
-#ifdef _WIN32
-    std::FILE* const opened = _wfopen(path.c_str(), L"rb");
-#else
-    std::FILE* const opened = std::fopen(ToUtf8(path).c_str(), "rb");
-#endif
-    if (!opened) return false;
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(opened, std::fclose);
-    data.clear();
-    for (std::size_t got = 1; got > 0;) {
-        constexpr std::size_t kStep = 1 << 16;
-        const std::size_t size = data.size();
-        data.resize(size + kStep);
-        got = std::fread(data.data() + size, 1, kStep, file.get());
-        data.resize(size + got);
-    }
-    return std::ferror(file.get()) == 0;
+InputFile::InputFile(const String& path) {
+    const std::filesystem::path name = PathOf(path);
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(name, error)) return;
+    size_ = std::filesystem::file_size(name, error);
+    if (!error) file_.reset(OpenFile(name, "rb"));
+}
+
+std::vector<std::uint8_t> InputFile::Read(std::uint64_t place, std::size_t most) {
+    std::vector<std::uint8_t> data;
+    if (place >= size_ || std::fseek(file_.get(), static_cast<long>(place), SEEK_SET) != 0) return data;
+    data.resize(static_cast<std::size_t>(std::min<std::uint64_t>(most, size_ - place)));
+    data.resize(std::fread(data.data(), 1, data.size(), file_.get()));
+    return data;
 }
 
 }  // namespace tessera

@@ -2,12 +2,14 @@
 
 #include <cstring>
 #include <random>
-#include <string>
+#include <string_view>
 
 namespace tessera {
 namespace {
 
 namespace fs = std::filesystem;
+
+}  // namespace
 
 fs::path PathOf(const String& text) {
     const String name = text.substr(0, text.find(OLECHAR(0)));
@@ -18,17 +20,20 @@ fs::path PathOf(const String& text) {
 #endif
 }
 
-std::FILE* Open(const fs::path& path, const char* mode) {
+std::FILE* OpenFile(const fs::path& path, const char* mode) {
 #ifdef _WIN32
-    return _wfopen(path.c_str(), std::wstring(mode, mode + std::strlen(mode)).c_str());
+    const std::string_view narrow(mode);
+    return _wfopen(path.c_str(), std::wstring(narrow.begin(), narrow.end()).c_str());
 #else
     return std::fopen(path.c_str(), mode);
 #endif
 }
 
+namespace {
+
 // Whether the system lets this process write to a file, without touching it.
 bool MayWrite(const fs::path& path) {
-    std::FILE* const file = Open(path, "r+b");
+    std::FILE* const file = OpenFile(path, "r+b");
     return file && std::fclose(file) == 0;
 }
 
@@ -38,7 +43,7 @@ OutputFile::OutputFile(const String& path, Kind kind) : target_(PathOf(path)) {
     std::error_code error;
     const fs::file_status status = fs::status(target_, error);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
-        if (!fs::is_directory(status)) file_ = Open(target_, kind == Kind::Text ? "w" : "wb");
+        if (!fs::is_directory(status)) file_ = OpenFile(target_, kind == Kind::Text ? "w" : "wb");
         return;
     }
     if (fs::exists(status)) {
@@ -57,7 +62,7 @@ void OutputFile::OpenBeside(Kind kind) {
     std::random_device random;
     for (int i = 0; i < kTries && !file_; ++i) {
         beside_ = target_.parent_path() / (".tessera-" + std::to_string(random()) + ".tmp");
-        file_ = Open(beside_, kind == Kind::Text ? "wx" : "wbx");  // never what somebody has put there
+        file_ = OpenFile(beside_, kind == Kind::Text ? "wx" : "wbx");  // never what somebody has put there
     }
 }
 

@@ -8,6 +8,10 @@
 
 namespace tessera {
 
+// The file system's name for a text, which ends at its first zero.
+std::filesystem::path PathOf(const String& text);
+std::FILE* OpenFile(const std::filesystem::path& path, const char* mode);
+
 // A file that stands beside the wanted one while it is written, and takes its place at the end. What is no regular
 // file, a device or a pipe, is written directly.
 class OutputFile {

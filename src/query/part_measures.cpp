@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
+#include <span>
 
 #include "geometry/trimesh.h"
 #include "query/column_scan.h"
@@ -23,41 +25,55 @@ constexpr double kSameHeight = 1.000000013351432e-10;
 // More columns or rows than this are no grid.
 constexpr double kMostCells = 1 << 26;
 
-// The heights over the columns of one row, kept from row to row without freeing.
-class ColumnStore {
+// The heights over the columns of one row, column after column; the memory is kept from row to row.
+class RowHeights {
 public:
-    explicit ColumnStore(int columns) : counts_(static_cast<std::size_t>(columns) + 1) { Widen(6); }
-
-    void Append(int column, double value) {
-        std::uint32_t& count = counts_[static_cast<std::size_t>(column)];
-        if (count == room_) Widen(2 * room_);
-        values_[static_cast<std::size_t>(column) * room_ + count++] = value;
+    // Empties all and makes room for the surfaces of a row. Raises std::bad_alloc where there is none.
+    void Open(std::span<const ScanSpan> spans) {
+        first_ = std::numeric_limits<int>::max(), last_ = -1;
+        for (const ScanSpan& span : spans) {
+            first_ = std::min(first_, span.low);
+            last_ = std::max(last_, span.high - 1);
+        }
+        if (last_ < first_) return;
+        // Where each span begins and ends tells how many cover a column, and these where its heights begin.
+        ends_.assign(static_cast<std::size_t>(last_ - first_) + 2, 0);
+        for (const ScanSpan& span : spans) {
+            if (span.high <= span.low) continue;
+            ++ends_[At(span.low)];
+            --ends_[At(span.high)];
+        }
+        std::uint32_t covering = 0;
+        std::uint64_t all = 0;
+        for (std::uint32_t& end : ends_) {
+            covering += end;
+            end = static_cast<std::uint32_t>(all);
+            all += covering;
+        }
+        if (all > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+        heights_.resize(all);
     }
-    // The values of a column in ascending order, without repeats. Empties the column.
-    const double* Take(int column, std::uint32_t& kept) {
-        std::uint32_t& count = counts_[static_cast<std::size_t>(column)];
-        double* const first = &values_[static_cast<std::size_t>(column) * room_];
-        std::sort(first, first + count);
-        kept = count > 0 ? 1 : 0;
-        for (std::uint32_t i = 1; i < count; ++i)
-            if (std::fabs(first[i] - first[kept - 1]) > kSameHeight) first[kept++] = first[i];
-        count = 0;
-        return first;
+    void Append(int column, double height) { heights_[ends_[At(column)]++] = height; }
+    // Where there may be any.
+    int First() const { return first_; }
+    int Last() const { return last_; }
+    // Those of a column in ascending order, without repeats. Columns are taken in their order, once all is appended.
+    std::span<const double> Take(int column) {
+        double* const first = heights_.data() + (column == first_ ? 0 : ends_[At(column) - 1]);
+        double* const last = heights_.data() + ends_[At(column)];
+        std::sort(first, last);
+        double* kept = first == last ? first : first + 1;
+        for (double* z = kept; z < last; ++z)
+            if (std::fabs(*z - kept[-1]) > kSameHeight) *kept++ = *z;
+        return {first, kept};
     }
-    bool IsEmpty(int column) const { return counts_[static_cast<std::size_t>(column)] == 0; }
 
 private:
-    void Widen(std::uint32_t room) {
-        std::vector<double> wider(counts_.size() * room);
-        for (std::size_t c = 0; c < counts_.size(); ++c)
-            for (std::uint32_t i = 0; i < counts_[c]; ++i) wider[c * room + i] = values_[c * room_ + i];
-        values_.swap(wider);
-        room_ = room;
-    }
+    std::size_t At(int column) const { return static_cast<std::size_t>(column - first_); }
 
-    std::vector<std::uint32_t> counts_;
-    std::vector<double> values_;
-    std::uint32_t room_ = 0;  // of a column
+    int first_ = 0, last_ = -1;
+    std::vector<std::uint32_t> ends_;  // per column and one more, of what it has so far
+    std::vector<double> heights_;
 };
 
 // Whole cells along a side; -1 where their number makes no sense.
@@ -97,8 +113,18 @@ void CPart::AddMeshesTo(ColumnScan& scan) const {
 // A grid too fine to be held gives no number.
 double CPart::GetVolume() {
     if (cachedVolume > 1e-8) return cachedVolume;
+    try {
+        ScanVolume();
+    } catch (const std::bad_alloc&) {
+        cachedVolume = centerOfMass[0] = centerOfMass[1] = centerOfMass[2] = std::numeric_limits<double>::quiet_NaN();
+    }
+    return cachedVolume;
+}
+
+void CPart::ScanVolume() {
+    cachedVolume = 0;
     BBox box;
-    if (!ScanBox(box)) return 0;
+    if (!ScanBox(box)) return;
     const float dx = box.xmax - box.xmin, dy = box.ymax - box.ymin;
     const float diagonal = static_cast<float>(std::hypot(static_cast<double>(dx), static_cast<double>(dy)));
     const double precision = volumePrecision > kBasePrecision ? 2.0 * volumePrecision : volumePrecision;
@@ -109,22 +135,18 @@ double CPart::GetVolume() {
     if (grid.columns > 0 && grid.rows > 0) {
         ColumnScan scan(grid, pointTolerance);
         AddMeshesTo(scan);
-        ColumnStore store(grid.columns);
+        RowHeights heights;
         for (int row = 0; row <= grid.rows; ++row) {
             const double y = grid.Y(row);
-            int first = grid.columns, last = -1;
-            for (const ScanSpan& span : scan.SpansOf(row)) {
-                first = std::min(first, span.low);
-                last = std::max(last, span.high - 1);
+            const std::vector<ScanSpan>& spans = scan.SpansOf(row);
+            heights.Open(spans);
+            for (const ScanSpan& span : spans)
                 for (int c = span.low; c < span.high; ++c)
-                    store.Append(c, scan.Height(span.triangle, grid.X(c), y) * cell * cell);
-            }
-            for (int c = first; c <= last; ++c) {
-                if (store.IsEmpty(c)) continue;
-                std::uint32_t count = 0;
-                const double* z = store.Take(c, count);
-                if (count % 2 != 0) continue;
-                for (std::uint32_t i = 0; i < count; i += 2) {
+                    heights.Append(c, scan.Height(span.triangle, grid.X(c), y) * cell * cell);
+            for (int c = heights.First(); c <= heights.Last(); ++c) {
+                const std::span<const double> z = heights.Take(c);
+                if (z.size() % 2 != 0) continue;
+                for (std::size_t i = 0; i < z.size(); i += 2) {
                     const double dv = z[i + 1] - z[i];  // heights are times the cell's area already
                     volume += dv;
                     moment[0] += dv * grid.X(c);
@@ -136,10 +158,17 @@ double CPart::GetVolume() {
     }
     for (int i = 0; i < 3; ++i) centerOfMass[i] = moment[i] / volume;
     cachedVolume = volume;
-    return volume;
 }
 
 double CPart::GetProjectedSurfaceXY() const {
+    try {
+        return ScanProjected();
+    } catch (const std::bad_alloc&) {
+        return std::numeric_limits<double>::quiet_NaN();
+    }
+}
+
+double CPart::ScanProjected() const {
     BBox box;
     if (!ScanBox(box)) return 0;
     const double cells = std::ceil(static_cast<double>(volumePrecision) * kProjectedCells);

@@ -12,6 +12,8 @@ namespace tessera {
 namespace {
 
 constexpr std::size_t kFileHeader = 14, kCoreHeader = 12, kInfoHeader = 40;
+// All that stands before the rows: headers, masks and palette.
+constexpr std::size_t kMostHead = kFileHeader + 1024 + 12 + 4 * 256;
 constexpr std::uint32_t kPlain = 0, kBitFields = 3;  // ways of compression
 // Larger pictures are no textures.
 constexpr std::int64_t kMostPixels = 1 << 28;
@@ -19,7 +21,6 @@ constexpr std::int64_t kMostPixels = 1 << 28;
 class Bytes {
 public:
     explicit Bytes(const std::vector<std::uint8_t>& data) : data_(data) {}
-    std::size_t Size() const { return data_.size(); }
     // 0 beyond the end.
     std::uint32_t At(std::size_t i) const { return i < data_.size() ? data_[i] : 0; }
     std::uint32_t U16(std::size_t i) const { return At(i) | At(i + 1) << 8; }
@@ -45,12 +46,13 @@ public:
 
     // False for a header that tells nothing usable.
     bool ReadHeader();
-    RgbImage ReadPixels() const;
-    // Whether the file holds all pixels that the header tells of.
-    bool IsWhole() const { return pixels_ <= bytes_.Size() && stride_ * height_ <= bytes_.Size() - pixels_; }
+    // Where the rows begin, and how many bytes they take.
+    std::uint64_t PixelsAt() const { return pixels_; }
+    std::size_t PixelBytes() const { return stride_ * height_; }
+    RgbImage ReadPixels(const Bytes& rows) const;
 
 private:
-    std::array<std::uint8_t, 3> PixelAt(std::size_t row, std::size_t x) const;
+    std::array<std::uint8_t, 3> PixelAt(const Bytes& rows, std::size_t row, std::size_t x) const;
 
     const Bytes& bytes_;
     std::size_t width_ = 0, height_ = 0, stride_ = 0;
@@ -99,28 +101,30 @@ bool Decoder::ReadHeader() {
     return true;
 }
 
-std::array<std::uint8_t, 3> Decoder::PixelAt(std::size_t row, std::size_t x) const {
-    const std::size_t start = pixels_ + row * stride_;
+std::array<std::uint8_t, 3> Decoder::PixelAt(const Bytes& rows, std::size_t row, std::size_t x) const {
+    const std::size_t start = row * stride_;
     if (bits_ == 16 || bits_ == 32) {
-        const std::uint32_t pixel = bits_ == 16 ? bytes_.U16(start + 2 * x) : bytes_.U32(start + 4 * x);
+        const std::uint32_t pixel = bits_ == 16 ? rows.U16(start + 2 * x) : rows.U32(start + 4 * x);
         return {channel_[0].Of(pixel), channel_[1].Of(pixel), channel_[2].Of(pixel)};
     }
-    std::size_t at = start + 3 * x;
+    const auto color = [](const Bytes& from, std::size_t at) -> std::array<std::uint8_t, 3> {
+        return {static_cast<std::uint8_t>(from.At(at + 2)), static_cast<std::uint8_t>(from.At(at + 1)),
+                static_cast<std::uint8_t>(from.At(at))};
+    };
     if (bits_ <= 8) {
         const std::size_t perByte = 8 / bits_, shift = 8 - bits_ * (x % perByte + 1);
-        const std::uint32_t index = bytes_.At(start + x / perByte) >> shift & ((1u << bits_) - 1);
-        at = palette_ + index * paletteEntry_;
+        const std::uint32_t index = rows.At(start + x / perByte) >> shift & ((1u << bits_) - 1);
+        return color(bytes_, palette_ + index * paletteEntry_);
     }
-    return {static_cast<std::uint8_t>(bytes_.At(at + 2)), static_cast<std::uint8_t>(bytes_.At(at + 1)),
-            static_cast<std::uint8_t>(bytes_.At(at))};
+    return color(rows, start + 3 * x);
 }
 
-RgbImage Decoder::ReadPixels() const {
+RgbImage Decoder::ReadPixels(const Bytes& rows) const {
     RgbImage image{static_cast<int>(width_), static_cast<int>(height_), {}};
     image.pixels.reserve(3 * width_ * height_);
     for (std::size_t y = 0; y < height_; ++y)
         for (std::size_t x = 0; x < width_; ++x) {
-            const auto pixel = PixelAt(downwards_ ? height_ - 1 - y : y, x);
+            const auto pixel = PixelAt(rows, downwards_ ? height_ - 1 - y : y, x);
             image.pixels.insert(image.pixels.end(), pixel.begin(), pixel.end());
         }
     return image;
@@ -130,18 +134,20 @@ RgbImage Decoder::ReadPixels() const {
 
 std::optional<RgbImage> LoadDIBImage(const String& path) {
     try {
-        std::vector<std::uint8_t> data;
-        if (!ReadWholeFile(path, data)) {
+        InputFile file(path);
+        if (!file.IsOpen()) {
             ShowError(("Failed to open DIB file " + ToUtf8(path) + ".\n").c_str());
             return std::nullopt;
         }
-        const Bytes bytes(data);
+        const std::vector<std::uint8_t> head = file.Read(0, kMostHead);
+        const Bytes bytes(head);
         Decoder decoder(bytes);
         if (!decoder.ReadHeader()) {
             ShowError("Unknown DIB file format.");
             return std::nullopt;
         }
-        if (decoder.IsWhole()) return decoder.ReadPixels();
+        const std::vector<std::uint8_t> rows = file.Read(decoder.PixelsAt(), decoder.PixelBytes());
+        if (rows.size() == decoder.PixelBytes()) return decoder.ReadPixels(Bytes(rows));
         ShowError("Image file conversion error.");
     } catch (const std::bad_alloc&) {
         ShowError("Out of memory.");

@@ -159,9 +159,11 @@ void CPart::ComputePartLods(IDecimator* decimator) {
                 float* data = nullptr;
                 int* lengths = nullptr;
                 decimator->Decimate(static_cast<int>(std::floor(triangles * share)), &data, &lengths);
-                if (data) level.blocks.push_back(BlockOf(group, data, lengths));
-                CoTaskMemFree(data);
-                CoTaskMemFree(lengths);
+                if (data) {  // else nothing was made
+                    level.blocks.push_back(BlockOf(group, data, lengths));
+                    CoTaskMemFree(data);
+                    CoTaskMemFree(lengths);
+                }
             }
             decimator->Finish();
         }

@@ -152,6 +152,8 @@ private:
     // query/part_measures.cpp
     bool ScanBox(BBox& box) const;
     void AddMeshesTo(ColumnScan& scan) const;
+    void ScanVolume();
+    double ScanProjected() const;
     // render/part_draw.cpp
     void DrawLevels(const CMatrix& matrix, int kind, int pass, const BBox& instanceBox);
     int ChooseLevel(const BBox& instanceBox);
