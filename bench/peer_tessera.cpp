@@ -11,6 +11,7 @@
 
 #include "bench.h"
 #include "component.h"
+#include "exchange.h"
 #include "glx_offscreen.h"
 #include "queries.h"
 #include "workload.h"
@@ -166,6 +167,7 @@ int main(int argc, char** argv) {
     if (job.work == "W2") return Draw(job), 0;
     if (job.work == "W3") return Pick(job), 0;
     if (job.work == "W4") return Cut(job), 0;
+    if (job.work == "W5") return Write(job), 0;
     if (job.work == "W7") return Memory(job), 0;
     return job.unsupported();
 }

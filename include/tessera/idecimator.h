@@ -8,7 +8,8 @@ namespace tessera {
 inline constexpr IID IID_IDecimator = {0x6D1A9C52, 0x3E0B, 0x4F87, {0x9A, 0x41, 0x0C, 0x75, 0xB2, 0xD8, 0x1E, 0x63}};
 
 // Handed to ITessera::SetDecimator and called from ITessera::ComputeLODs: for each mesh SetMesh, then Decimate unless
-// the mesh is too small to reduce, then Finish. What the methods return is not looked at.
+// the mesh is too small to reduce, then Finish. What the methods return is not looked at. They must not change the
+// scene.
 class IDecimator : public IUnknown {
 public:
     // Takes a mesh: pointFloats floats, three a vertex, in the part's own frame; indexCount indices, three a triangle.

@@ -17,13 +17,13 @@ namespace {
 // A cell is this share of the diagonal in xy, up to a diagonal of so much, and then of one size.
 constexpr double kCellShare = 0.00015, kLargestDiagonal = 50, kLargeCell = 0.15;
 // Above this a precision counts twice.
-constexpr float kBasePrecision = 1.0000001f;
+constexpr double kBasePrecision = 1.0000001;
 // Cells along the sides for the projected area at precision 1.
 constexpr double kProjectedCells = 1000;
 // Surfaces at one place count once.
 constexpr double kSameHeight = 1.000000013351432e-10;
-// More columns or rows than this are no grid.
-constexpr double kMostCells = 1 << 26;
+// More columns or rows than this are no grid, and more cells take days.
+constexpr double kMostCells = 1 << 26, kMostInAll = 1099511627776.0;
 
 // The heights over the columns of one row, column after column; the memory is kept from row to row.
 class RowHeights {
@@ -78,6 +78,7 @@ private:
 
 // Whole cells along a side; -1 where their number makes no sense.
 int CellsAlong(double side, double cell) {
+    if (side == 0) return 0;
     const double cells = std::ceil(side / cell);
     if (!(cells <= kMostCells)) return -1;
     return cells < 1 ? 0 : static_cast<int>(cells);
@@ -131,8 +132,10 @@ void CPart::ScanVolume() {
     const double cell = (diagonal <= kLargestDiagonal ? diagonal * kCellShare : kLargeCell) / precision;
     const ScanGrid grid{box.xmin, box.ymin, dx, dy, CellsAlong(dx, cell), CellsAlong(dy, cell)};
     double volume = 0, moment[3] = {0, 0, 0};
-    if (grid.columns < 0 || grid.rows < 0) volume = std::numeric_limits<double>::quiet_NaN();
-    if (grid.columns > 0 && grid.rows > 0) {
+    const bool held =
+        grid.columns >= 0 && grid.rows >= 0 && static_cast<double>(grid.columns) * grid.rows <= kMostInAll;
+    if (!held) volume = std::numeric_limits<double>::quiet_NaN();
+    if (held && grid.columns > 0 && grid.rows > 0) {
         ColumnScan scan(grid, pointTolerance);
         AddMeshesTo(scan);
         RowHeights heights;

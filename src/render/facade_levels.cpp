@@ -33,7 +33,10 @@ HRESULT CTessera::ComputeLODs(int nodeID, int, float, float, float, float, float
     g_lodsPresent = false;
     CNode* const node = NodeOf(nodeID, errCode);
     if (!node) return STATUS_OK;
-    m_root->ComputeLODs(decimator);
+    IDecimator* const used = decimator;  // which may ask for another meanwhile
+    used->AddRef();
+    m_root->ComputeLODs(used);
+    used->Release();
     if (node != m_root) lodsAvailable = g_lodsPresent;
     return STATUS_OK;
 }
