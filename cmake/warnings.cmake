@@ -17,7 +17,10 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
   if(TESSERA_SANITIZE)
     # Instrumented code looks uninitialized to GCC where it is not.
     target_compile_options(tessera_options INTERFACE -fsanitize=${TESSERA_SANITIZE} -fno-omit-frame-pointer
-                           -fno-sanitize-recover=all -Wno-maybe-uninitialized)
+                           -fno-sanitize-recover=all)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+      target_compile_options(tessera_options INTERFACE -Wno-maybe-uninitialized)
+    endif()
     target_link_options(tessera_options INTERFACE -fsanitize=${TESSERA_SANITIZE})
   endif()
 endif()

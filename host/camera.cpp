@@ -189,6 +189,23 @@ void Camera::FitDepth(const Box& box) {
     near_ = std::max(near_, far_ * 1e-4);
 }
 
+void Camera::Turn(const Vec3& point, const Vec3& axis, double angle) {
+    const Vec3 k = Unit(axis);
+    // Rodrigues' formula.
+    const auto turned = [&](const Vec3& v) {
+        const Vec3 side = Cross(k, v);
+        const double along = Dot(k, v) * (1 - std::cos(angle));
+        Vec3 w;
+        for (std::size_t i = 0; i < 3; ++i) w[i] = v[i] * std::cos(angle) + side[i] * std::sin(angle) + k[i] * along;
+        return w;
+    };
+    for (Vec3* direction : {&right_, &up_, &backward_}) *direction = turned(*direction);
+    for (Vec3* place : {&eye_, &target_}) {
+        *place = turned(Minus(*place, point));
+        for (std::size_t i = 0; i < 3; ++i) (*place)[i] += point[i];
+    }
+}
+
 Mat4 Camera::Projection() const {
     Mat4 m{};
     if (lens_.parallel) {

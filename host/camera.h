@@ -44,6 +44,9 @@ public:
     // flat, tiny, a single point or far from the origin.
     void Fit(const Box& box);
 
+    // Turns the camera about an axis through a point, after Fit; by the right hand, in radians.
+    void Turn(const Vec3& point, const Vec3& axis, double angle);
+
     const Vec3& Eye() const { return eye_; }
     const Vec3& Target() const { return target_; }
     // Unit vector from the target to the eye.

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <numbers>
 
 #include "failure.h"
 #include "mesh_decimator.h"
@@ -35,7 +36,7 @@ void ModelView::Read() {
         std::unique_ptr<host::ModelSource> next;
         if (i + 1 < options_.models.size()) next = host::ModelSource::Open(options_.models[i + 1]);
         if (!camera_) camera_ = host::Camera::Named(options_.view, Vertical(source_->Up()), lens_);
-        if (!options_.eye && options_.explode == 0) source_->Include(*camera_);
+        if (!options_.eye && options_.explode == 0 && options_.turntable == 0) source_->Include(*camera_);
         models_.push_back(source_->AddTo(*scene_, progress_));
         source_ = std::move(next);
         const host::LoadedModel& model = models_.back();
@@ -48,14 +49,52 @@ void ModelView::Read() {
     Say("built");
 }
 
+namespace {
+
+// The box of all that a box passes through as it turns about its vertical.
+host::Box Swept(host::Box box, host::UpAxis up) {
+    const std::size_t b = up == host::UpAxis::kY ? 2 : 1;
+    const double radius = std::hypot(box.max[0] - box.min[0], box.max[b] - box.min[b]) / 2;
+    for (const std::size_t axis : {std::size_t{0}, b}) {
+        const double middle = (box.min[axis] + box.max[axis]) / 2;
+        box.min[axis] = middle - radius;
+        box.max[axis] = middle + radius;
+    }
+    return box;
+}
+
+// Counts the rims of what a box passes through as it turns about its vertical among what a camera must show.
+void IncludeSwept(const host::Box& box, host::UpAxis up, host::Camera& camera) {
+    constexpr int kRimPoints = 64;
+    const std::size_t b = up == host::UpAxis::kY ? 2 : 1, vertical = 3 - b;
+    const double radius = std::hypot(box.max[0] - box.min[0], box.max[b] - box.min[b]) / 2;
+    std::vector<double> rims;
+    for (const double height : {box.min[vertical], box.max[vertical]}) {
+        for (int i = 0; i < kRimPoints; ++i) {
+            const double angle = 2 * std::numbers::pi * i / kRimPoints;
+            host::Vec3 p;
+            p[0] = (box.min[0] + box.max[0]) / 2 + radius * std::cos(angle);
+            p[b] = (box.min[b] + box.max[b]) / 2 + radius * std::sin(angle);
+            p[vertical] = height;
+            rims.insert(rims.end(), p.begin(), p.end());
+        }
+    }
+    camera.Include(rims.data(), rims.size() / 3, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1});
+}
+
+}  // namespace
+
 void ModelView::Load() {
     Read();
     host::Box box;
     host::BoxOf(*scene_, 0, box);
     if (options_.explode > 0) Explode(box);
     if (options_.eye) camera_ = PlacedCamera(box);
-    camera_->Fit(box);
+    box_ = box;
+    if (options_.turntable > 0) IncludeSwept(box, Vertical(models_[0].up), *camera_);
+    camera_->Fit(options_.turntable > 0 ? Swept(box, Vertical(models_[0].up)) : box);
     SetLook(box);
+    Select();
     if (!options_.lod) return;
     progress_.Show("reducing", -1);
     auto* const decimator = new host::MeshDecimator;
@@ -131,6 +170,32 @@ void ModelView::SetSection(const host::Box& box) const {
     if (scene_->SetCrossSectionPlane(0, point, normal, &err) < 0) throw host::Failure("the engine cuts no sections");
 }
 
+void ModelView::TellCamera() const {
+    int err = 0;
+    float eye[3];
+    float target[3];
+    std::copy(camera_->Eye().begin(), camera_->Eye().end(), eye);
+    std::copy(camera_->Target().begin(), camera_->Target().end(), target);
+    scene_->SetCamera(eye, target, &err);
+}
+
+void ModelView::Turn(double radians) {
+    host::Vec3 middle;
+    for (std::size_t i = 0; i < 3; ++i) middle[i] = (box_.min[i] + box_.max[i]) / 2;
+    camera_->Turn(middle, Vertical(models_[0].up) == host::UpAxis::kY ? host::Vec3{0, 1, 0} : host::Vec3{0, 0, 1},
+                  radians);
+    TellCamera();
+}
+
+void ModelView::Select() const {
+    for (const std::string& path : options_.selected) {
+        const int node = host::NodeAt(*scene_, path);
+        if (node < 0) throw host::Failure("no node at " + path);
+        int err = 0;
+        scene_->SetSelected(node, 1, &err);
+    }
+}
+
 void ModelView::SetLook(const host::Box& box) const {
     int err = 0;
     const auto mean = [&](std::size_t i) { return (options_.top[i] + options_.bottom[i]) / 2; };
@@ -155,11 +220,7 @@ void ModelView::SetLook(const host::Box& box) const {
         for (const int instance : host::InstancesOf(*scene_, 0)) scene_->SetEnvtexture(instance, name.Get(), &err);
     }
     scene_->SetOptionsShadeMode(0, options_.overlay == Overlay::kVertices ? 2 : 0, &err);
-    float eye[3];
-    float target[3];
-    std::copy(camera_->Eye().begin(), camera_->Eye().end(), eye);
-    std::copy(camera_->Target().begin(), camera_->Target().end(), target);
-    scene_->SetCamera(eye, target, &err);
+    TellCamera();
     if (options_.section || options_.mode == ShadeSection) SetSection(box);
 }
 

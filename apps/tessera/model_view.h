@@ -19,6 +19,9 @@ public:
     // Reads and builds the rest, and sets camera, shade modes, colours and section plane. Throws Failure.
     void Load();
 
+    // Turns the camera about the middle of the models' box, around the vertical. For a view that was set up for it.
+    void Turn(double radians);
+
     ITessera& Scene() const { return *scene_; }
     const host::Camera& Camera() const { return *camera_; }
     const std::vector<host::LoadedModel>& Models() const { return models_; }
@@ -31,6 +34,8 @@ private:
     host::UpAxis Vertical(host::UpAxis ofModel) const;
     host::Camera PlacedCamera(const host::Box& box) const;
     void SetLook(const host::Box& box) const;
+    void TellCamera() const;
+    void Select() const;
     void SetSection(const host::Box& box) const;
     void Explode(host::Box& box) const;
 
@@ -42,6 +47,7 @@ private:
     std::unique_ptr<host::ModelSource> source_;  // under way
     std::vector<host::LoadedModel> models_;
     std::optional<host::Camera> camera_;
+    host::Box box_;  // of all models
 };
 
 }  // namespace tessera::cli

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <numbers>
 
 #include "failure.h"
 #include "png_file.h"
@@ -62,6 +63,12 @@ Picture::Picture(const RenderOptions& options) : options_(options), context_(opt
     if (options.talk.verbose) std::fprintf(stderr, "%s\n", context_.Describe().c_str());
 }
 
+HRESULT Picture::DrawKind(ITessera& scene, int kind) const {
+    int err = 0;
+    if (options_.lod) return scene.DrawLOD(0, kind, *options_.lod, &err);
+    return options_.explode > 0 ? scene.DrawExplode(0, kind, &err) : scene.Draw(0, kind, &err);
+}
+
 void Picture::Draw(const ModelView& view) const {
     ITessera& scene = view.Scene();
     host::PaintBackground(options_.top, options_.bottom);
@@ -76,9 +83,8 @@ void Picture::Draw(const ModelView& view) const {
         glPolygonOffset(1, 1);
     }
     int err = 0;
-    const HRESULT drawn = options_.lod           ? scene.DrawLOD(0, DrawKindNormal, *options_.lod, &err)
-                          : options_.explode > 0 ? scene.DrawExplode(0, DrawKindNormal, &err)
-                                                 : scene.Draw(0, DrawKindNormal, &err);
+    const HRESULT drawn = DrawKind(scene, DrawKindNormal);
+    if (!options_.selected.empty()) DrawKind(scene, DrawKindHighlight);
     if (options_.clipPlane) ShowPlane(*options_.section, scene);
     if (drawn < 0) throw host::Failure("the engine does not draw");
     if (options_.sectionLines) {
@@ -98,14 +104,32 @@ void Picture::Draw(const ModelView& view) const {
 
 void Picture::Write(ModelView& view, const Marks& marks) {
     view.Progress().Show("drawing", -1);
+    WriteOne(view, marks, options_.output);
+}
+
+void Picture::WriteTurn(ModelView& view) {
+    const std::size_t dot = options_.output.find_last_of("./");
+    const bool extended = dot != std::string::npos && options_.output[dot] == '.';
+    const std::string stem = extended ? options_.output.substr(0, dot) : options_.output;
+    for (int i = 0; i < options_.turntable; ++i) {
+        char number[16];
+        std::snprintf(number, sizeof number, "-%03d", i);
+        view.Progress().Show("drawing", static_cast<double>(i) / options_.turntable);
+        WriteOne(view, {}, stem + number + (extended ? options_.output.substr(dot) : ""));
+        view.Turn(2 * std::numbers::pi / options_.turntable);
+    }
+    view.Progress().Clear();
+}
+
+void Picture::WriteOne(ModelView& view, const Marks& marks, const std::string& path) {
     Draw(view);
     DrawMarks(marks);
     const host::Image image = context_.Read();
     view.Say("drawn");
     const unsigned error = glGetError();
-    view.Progress().Clear();
+    if (options_.turntable == 0 || error != GL_NO_ERROR) view.Progress().Clear();
     if (error != GL_NO_ERROR) std::fprintf(stderr, "tessera: OpenGL reports error 0x%x\n", error);
-    host::WritePng(options_.output, image);
+    host::WritePng(path, image);
     view.Say("written");
 }
 

@@ -20,9 +20,13 @@ public:
 
     // Draws the view, and marks over it, and writes the file. Throws Failure.
     void Write(ModelView& view, const Marks& marks = {});
+    // Draws and writes the pictures of a turn, OUT-000.png and on. Throws Failure.
+    void WriteTurn(ModelView& view);
 
 private:
+    void WriteOne(ModelView& view, const Marks& marks, const std::string& path);
     void Draw(const ModelView& view) const;
+    HRESULT DrawKind(ITessera& scene, int kind) const;
 
     const RenderOptions& options_;
     host::OffscreenContext context_;

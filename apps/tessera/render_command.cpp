@@ -9,7 +9,10 @@ void Render(const RenderOptions& options) {
     Picture picture(options);
     view.Say("context");
     view.Load();
-    picture.Write(view);
+    if (options.turntable > 0)
+        picture.WriteTurn(view);
+    else
+        picture.Write(view);
 }
 
 }  // namespace tessera::cli

@@ -175,6 +175,12 @@ void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
         .add_option("--texture", options.texture,
                     "Reflection image of mode env-map: KMDefault (the default), KMStripes or a BMP file")
         ->option_text("NAME");
+    command
+        .add_option("--select", options.selected,
+                    "Highlight the node at this path, as pick prints it; as often as wanted")
+        ->option_text("PATH")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     command.add_flag("--immediate", options.immediate, "Draw in immediate mode, not with vertex arrays");
     command.add_option("--device", options.device, "EGL device to draw with, counted from 0; left out, the best one")
         ->check(CLI::NonNegativeNumber.description(""))

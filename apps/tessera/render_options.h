@@ -45,13 +45,15 @@ struct RenderOptions {
     host::Rgb top{0.66F, 0.73F, 0.81F};
     host::Rgb bottom{0.96F, 0.97F, 0.98F};
     std::optional<Section> section;
-    bool cap = false;           // fills the cut
-    bool clipPlane = false;     // shows the plane
-    double explode = 0;         // how far parts move apart, in distances from the middle
-    bool sectionLines = false;  // over the whole model, in place of the clipping
-    bool markLines = false;     // the picture gets lines from elsewhere
-    std::string texture;        // reflection image of mode env-map
-    std::optional<float> lod;   // acceleration that levels of detail are chosen for
+    bool cap = false;                   // fills the cut
+    bool clipPlane = false;             // shows the plane
+    double explode = 0;                 // how far parts move apart, in distances from the middle
+    bool sectionLines = false;          // over the whole model, in place of the clipping
+    bool markLines = false;             // the picture gets lines from elsewhere
+    std::string texture;                // reflection image of mode env-map
+    std::vector<std::string> selected;  // paths of nodes to highlight
+    int turntable = 0;                  // pictures of a whole turn; 0 for the one view
+    std::optional<float> lod;           // acceleration that levels of detail are chosen for
     bool immediate = false;
     int device = -1;
     Talk talk;

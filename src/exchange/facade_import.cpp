@@ -31,12 +31,12 @@ HRESULT CTessera::Import3DGPartElements(int partID, unsigned char** dataStream, 
         Refuse(errCode, part->IsBuilding() ? ErrState : ErrNotFound);
         return STATUS_OK;
     }
+    m_root->InvalidateBoundBox();  // first, as memory may run out on the way
     GraphicStream stream(*dataStream);
     const bool done = part->ReadStream(stream);
     *dataStream += stream.Position() - *dataStream;
     Give(errCode, static_cast<int>(done ? ErrDone : ErrState));
     if (g_lodsPresent) lodsAvailable = true;
-    m_root->InvalidateBoundBox();
     return STATUS_OK;
 }
 

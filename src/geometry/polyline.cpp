@@ -27,17 +27,21 @@ void CPolyLine::AddPoint(const Vec3& p) {
 void CPolyLine::AddPointFront(const Vec3& p) {
     if (!building_) return;
     const ToleranceScope tolerance(pointTolerance_);
-    if (pending_.empty() || !PointsEqual(p, pending_.front().position)) pending_.push_front({p, stippleCode_});
+    const std::vector<PolyLinePoint>& first = before_.empty() ? pending_ : before_;
+    const std::size_t index = before_.empty() ? 0 : before_.size() - 1;
+    if (first.empty() || !PointsEqual(p, first[index].position)) before_.push_back({p, stippleCode_});
 }
 
 void CPolyLine::End() {
     if (PointCount() >= 2) {
-        points_.reserve(points_.size() + pending_.size() + kSpare);
+        points_.reserve(static_cast<std::size_t>(PointCount()) + kSpare);
+        points_.insert(points_.end(), before_.rbegin(), before_.rend());
         points_.insert(points_.end(), pending_.begin(), pending_.end());
         RecomputeBounds();
         building_ = false;
     }
-    std::deque<PolyLinePoint>().swap(pending_);
+    std::vector<PolyLinePoint>().swap(before_);
+    std::vector<PolyLinePoint>().swap(pending_);
 }
 
 void CPolyLine::RecomputeBounds() {
@@ -73,7 +77,8 @@ BBox CPolyLine::GetBoundBox(const CMatrix& matrix, bool, const CMatrix& referenc
 void CPolyLine::Clear() {
     CElement::Clear();
     std::vector<PolyLinePoint>().swap(points_);
-    std::deque<PolyLinePoint>().swap(pending_);
+    std::vector<PolyLinePoint>().swap(before_);
+    std::vector<PolyLinePoint>().swap(pending_);
 }
 
 }  // namespace tessera

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <vector>
 
 #include "geometry/element.h"
@@ -19,7 +18,7 @@ class CPolyLine final : public CElement {
 public:
     int GetKind() const override { return 1; }
     void SetWireVisible(int visible) override { wireVisible_ = visible; }
-    int PointCount() const { return static_cast<int>(points_.size() + pending_.size()); }
+    int PointCount() const { return static_cast<int>(points_.size() + before_.size() + pending_.size()); }
     const std::vector<PolyLinePoint>& Points() const { return points_; }
     void ApplyMatrix(const CMatrix& matrix) override;
     BBox GetBoundBox(const CMatrix& matrix, bool recompute, const CMatrix& reference) override;
@@ -98,8 +97,9 @@ private:
     int wireVisible_ = 1;
     std::uint8_t stippleCode_ = 0;
     bool building_ = false;
-    std::deque<PolyLinePoint> pending_;  // added since Begin
-    Vec3 lastPoint_;                     // added last at the end
+    // Added since Begin: at the front, the last one added first on the curve, and at the end.
+    std::vector<PolyLinePoint> before_, pending_;
+    Vec3 lastPoint_;  // added last at the end
 };
 
 }  // namespace tessera

@@ -127,6 +127,7 @@ bool CTriMesh::LinkAll() {
 bool CTriMesh::LinkEdge(TriangleIndex i, int edge, const std::vector<std::uint32_t>& later) {
     const TriMeshTriangle& t = triangles_[i];
     std::uint32_t listed = t.vertex[edge], other = t.vertex[NextCorner(edge)];
+    if (listed == other) return true;  // no edge
     if (incidentStart_[listed + 1] - later[listed] > incidentStart_[other + 1] - later[other]) std::swap(listed, other);
     const std::uint32_t end = incidentStart_[listed + 1];
     for (std::uint32_t at = later[listed]; at < end; ++at) {

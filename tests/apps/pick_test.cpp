@@ -156,6 +156,7 @@ TEST_F(PickCommand, DrawsWhatTheOptionsAskFor) {
         {"--lod", "220"},
         {"--mode", "env-map"},
         {"--mode", "env-map", "--texture", "KMStripes"},
+        {"--select", "//gearbox/gear train"},
     };
     for (const auto& more : options) {
         std::vector<std::string> arguments = {"render", gearbox, "-o", Path("out.png"), "--size", "160x120"};
@@ -166,6 +167,18 @@ TEST_F(PickCommand, DrawsWhatTheOptionsAskFor) {
         for (std::size_t i = 0; i + 1 < seen.size(); ++i) EXPECT_NE(seen[i], seen.back()) << i << arguments.back();
     }
     EXPECT_EQ(Tessera({"render", gearbox, "-o", Path("x.png"), "--texture", Path("none.bmp")}).status, 1);
+    EXPECT_EQ(Tessera({"render", gearbox, "-o", Path("x.png"), "--select", "//none"}).status, 1);
+    // A turn of two: the second picture from behind, each with all of the model on it.
+    EXPECT_EQ(Tessera({"render", gearbox, "-o", Path("t.png"), "--size", "64x48", "--turntable", "2", "--background",
+                       "1,1,1"})
+                  .status,
+              0);
+    const auto front = tessera::host::ReadPng(Path("t-000.png")), back = tessera::host::ReadPng(Path("t-001.png"));
+    EXPECT_NE(front.rgba, back.rgba);
+    for (const auto& image : {front, back}) {
+        EXPECT_NE(image.rgba[4 * (24 * 64 + 32)], 255);
+        for (std::size_t x = 0; x < 64; ++x) EXPECT_EQ(image.rgba[4 * x], 255) << "touches the frame";
+    }
 }
 
 TEST_F(PickCommand, RefusesWhatItCannotRead) {
