@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "component/memory_watcher.h"
 #include "scene/part.h"
 
 namespace tessera {
@@ -25,9 +26,11 @@ HRESULT CreateTessera(ITessera** component) {
 CTessera::CTessera() : m_root(new CAssembly), index_(m_root) {
     m_root->SetName(FromAscii("/"));
     g_triNormalBase = 0;
+    MemoryWatcher::Start(m_root, &spoolFiles);
 }
 
 CTessera::~CTessera() {
+    MemoryWatcher::Stop();
     ClearTree();
     g_triNormalBase = 0;
     if (decimator) decimator->Release();

@@ -284,7 +284,7 @@ private:
     // The product of the ancestors' transforms, or explode transforms.
     static CMatrix Above(const CNode* node);
     static CMatrix ExplodeAbove(const CNode* node);
-    void ForgetSpoolFiles() { spoolFiles.clear(); }
+    void ForgetSpoolFiles() { spoolFiles.Clear(); }
     void ClearTree();
     void DeleteDropped();
     BBox SceneBox();
@@ -315,7 +315,7 @@ private:
     bool useVertexArray = false;
     TriNormalTable triNormals;
     TextureCache textures;
-    std::vector<std::shared_ptr<SpoolFile>> spoolFiles;
+    SpoolFileList spoolFiles;
     // Assemblies that a host moved under one of their own descendants: out of the tree, and owned by nobody.
     std::vector<CNode*> dropped_;
     NodeIndex index_;

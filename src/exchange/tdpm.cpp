@@ -1,7 +1,6 @@
 // The 3DG file: the tree, the table of normals, and every part once. All numbers are little-endian and packed. The
 // elements and levels of a part are what Import3DGPartElements reads at the same version, and the table is what
 // ImportTriNormals reads; the tree is for the host to read.
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -19,7 +18,6 @@ namespace {
 
 constexpr std::uint16_t kFileVersion = 719;
 constexpr std::size_t kPolyLinePointRecord = 13;
-constexpr std::size_t kTrianglesAtOnce = 1 << 14;
 
 template <class T>
 void Put(OutputFile& file, const T& value) {
@@ -145,17 +143,10 @@ void CTriMesh::WriteTDPM(OutputFile& file) {
     file.Write(vertices_.data(), sizeof(Vec3) * vertices_.size());
     PutTag(file, TagEndOfRecords);
     PutCount(file, triangles_.size());
-    // In pieces that stay in the cache, and are as large as a write can profit from.
-    std::vector<std::uint32_t> corners(6 * std::min(triangles_.size(), kTrianglesAtOnce));
+    std::vector<std::uint32_t> corners;
     for (std::size_t first = 0; first < triangles_.size(); first += kTrianglesAtOnce) {
-        const std::size_t last = std::min(first + kTrianglesAtOnce, triangles_.size());
-        std::uint32_t* next = corners.data();
-        for (std::size_t i = first; i < last; ++i, next += 6) {
-            const TriMeshTriangle& t = triangles_[i];
-            next[0] = t.normal[0], next[1] = t.normal[1], next[2] = t.normal[2];
-            next[3] = t.vertex[0], next[4] = t.vertex[1], next[5] = t.vertex[2];
-        }
-        file.Write(corners.data(), 6 * (last - first) * sizeof(std::uint32_t));
+        PackCorners(first, corners);
+        file.Write(corners.data(), sizeof(std::uint32_t) * corners.size());
     }
 }
 

@@ -8,14 +8,13 @@
 namespace tessera {
 namespace {
 
-constexpr int kImportPoll = 50;  // milliseconds
 constexpr std::size_t kTriangleRecord = 24;
 
 }  // namespace
 
 // The colours are stored as they come, however dark.
 void CTriMesh::ReadStream(GraphicStream& stream) {
-    const ReadLock lock(*this, kImportPoll);
+    const ReadLock lock(*this);
     externalColor = internalColor = borderColor = edgeColor = stream.ReadColor();
     if (g_tdgImportVer >= kTwoColors) internalColor = stream.ReadColor();
     ReadVertices(stream);

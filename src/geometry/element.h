@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 
@@ -132,7 +133,7 @@ protected:
 
     // The reader and writer scheme that keeps the memory watcher off a mesh in use: geometry/trimesh_spool.cpp.
     std::shared_ptr<SpoolFile> spoolFile_;
-    long spoolOffset_ = 0;
+    std::int64_t spoolOffset_ = 0;
     std::atomic<bool> spooled_{false};  // the spool file holds a copy
     std::atomic<int> writers_{0}, readers_{0};
     std::mutex lock_;

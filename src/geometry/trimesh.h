@@ -58,9 +58,7 @@ public:
     // Holds the shared side of the mesh's lock: keeps the memory watcher off, and reloads spooled data.
     class ReadLock {
     public:
-        explicit ReadLock(CTriMesh& mesh, int pollMilliseconds = kReaderPoll) : mesh_(mesh) {
-            mesh.LockShared(pollMilliseconds);
-        }
+        explicit ReadLock(CTriMesh& mesh) : mesh_(mesh) { mesh.LockShared(); }
         ~ReadLock() { mesh_.UnlockShared(); }
         ReadLock(const ReadLock&) = delete;
         ReadLock& operator=(const ReadLock&) = delete;
@@ -228,8 +226,11 @@ private:
     std::vector<SectionCut> CutTriangles(const Plane& plane) const;
 
     // geometry/trimesh_spool.cpp
-    static constexpr int kReaderPoll = 200;  // milliseconds
-    void LockShared(int pollMilliseconds);
+    void LockShared();
+    // The indices of triangles from the first on, three normals and three vertices each, as files have them: as
+    // many at once as a write can profit from, few enough to stay in the cache.
+    static constexpr std::size_t kTrianglesAtOnce = 1 << 14;
+    void PackCorners(std::size_t first, std::vector<std::uint32_t>& corners) const;
     void UnlockShared();
     void ReadRecord();
 

@@ -90,7 +90,7 @@ bool FitsNormals(const Vec3 p[3], const Vec3 n[3]) {
 }  // namespace
 
 void CTriMesh::BeginBuild() {
-    LockShared(200);
+    LockShared();
     building_ = true;
     rawPoints_.Clear();
 }

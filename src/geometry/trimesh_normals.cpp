@@ -17,7 +17,7 @@ constexpr double kStripAngle = 10.0;
 }  // namespace
 
 void CTriMesh::SetThresholdAngle(float degrees) {
-    const ReadLock lock(*this, 100);
+    const ReadLock lock(*this);
     // A mesh that has been spooled once keeps its angle for good, even when it is back in memory.
     if (spooled_ || !(std::fabs(degrees - thresholdAngle_) >= 1e-5f)) return;
     thresholdAngle_ = degrees;

@@ -2,8 +2,7 @@
 //
 // Record: u32 vertex count, the vertices as three f32, u32 triangle count, and for each triangle three u32
 // normal indices and three u32 vertex indices. Strips, normals and counters stay in memory.
-#include <chrono>
-#include <thread>
+#include <algorithm>
 
 #include "geometry/trimesh.h"
 #include "platform/spool_file.h"
@@ -11,17 +10,28 @@
 namespace tessera {
 
 // Readers do not exclude each other and never hold the mutex while they work: it only makes their
-// appearance atomic against the watcher's. They wait for the watcher by polling.
-void CTriMesh::LockShared(int pollMilliseconds) {
+// appearance atomic against the watcher's.
+void CTriMesh::LockShared() {
     {
         const std::lock_guard<std::mutex> hold(lock_);
         ++readers_;
     }
-    while (writers_ > 0) std::this_thread::sleep_for(std::chrono::milliseconds(pollMilliseconds));
+    for (int writers = writers_; writers > 0; writers = writers_) writers_.wait(writers);
     Reload();
 }
 
 void CTriMesh::UnlockShared() { --readers_; }
+
+void CTriMesh::PackCorners(std::size_t first, std::vector<std::uint32_t>& corners) const {
+    const std::size_t last = std::min(first + kTrianglesAtOnce, triangles_.size());
+    corners.resize(6 * (last - first));
+    std::uint32_t* next = corners.data();
+    for (std::size_t i = first; i < last; ++i, next += 6) {
+        const TriMeshTriangle& t = triangles_[i];
+        next[0] = t.normal[0], next[1] = t.normal[1], next[2] = t.normal[2];
+        next[3] = t.vertex[0], next[4] = t.vertex[1], next[5] = t.vertex[2];
+    }
+}
 
 void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
     {
@@ -32,19 +42,18 @@ void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
     }
     bool saved = spooled_ && !spoolStale_;
     if (!saved) {
-        const long offset = file->Offset();
+        const std::int64_t offset = file->Offset();
         const auto vertexCount = static_cast<std::uint32_t>(vertices_.size());
         const auto triangleCount = static_cast<std::uint32_t>(triangles_.size());
-        std::vector<std::uint32_t> corners;
-        corners.reserve(6 * triangles_.size());
-        for (const TriMeshTriangle& t : triangles_) {
-            corners.insert(corners.end(), t.normal, t.normal + 3);
-            corners.insert(corners.end(), t.vertex, t.vertex + 3);
-        }
         saved = file->Write(&vertexCount, sizeof vertexCount) &&
                 file->Write(vertices_.data(), sizeof(Vec3) * vertices_.size()) &&
-                file->Write(&triangleCount, sizeof triangleCount) &&
-                file->Write(corners.data(), sizeof(std::uint32_t) * corners.size()) && file->Flush();
+                file->Write(&triangleCount, sizeof triangleCount);
+        std::vector<std::uint32_t> corners;
+        for (std::size_t first = 0; saved && first < triangles_.size(); first += kTrianglesAtOnce) {
+            PackCorners(first, corners);
+            saved = file->Write(corners.data(), sizeof(std::uint32_t) * corners.size());
+        }
+        saved = file->Flush(offset) && saved;
         if (saved) {
             spoolFile_ = file;
             spoolOffset_ = offset;
@@ -60,6 +69,7 @@ void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
         spooled_ = true;
     }
     --writers_;
+    writers_.notify_all();
 }
 
 void CTriMesh::Reload() {
@@ -71,28 +81,31 @@ void CTriMesh::Reload() {
 
 // The edges come back unclassified: they draw as hard ones until the next classification.
 void CTriMesh::ReadRecord() {
-    long offset = spoolOffset_;
+    std::int64_t offset = spoolOffset_;
     const auto read = [&](void* data, std::size_t bytes) {
         const bool done = spoolFile_->Read(offset, data, bytes);
-        offset += static_cast<long>(bytes);
+        offset += static_cast<std::int64_t>(bytes);
         return done;
     };
     std::uint32_t vertexCount = 0, triangleCount = 0;
-    std::vector<Vec3> vertices;
-    std::vector<std::uint32_t> corners;
     if (!read(&vertexCount, sizeof vertexCount)) return;
-    vertices.resize(vertexCount);
+    std::vector<Vec3> vertices(vertexCount);
     if (!read(vertices.data(), sizeof(Vec3) * vertices.size()) || !read(&triangleCount, sizeof triangleCount)) return;
-    corners.resize(6 * static_cast<std::size_t>(triangleCount));
-    if (!read(corners.data(), sizeof(std::uint32_t) * corners.size())) return;
-    vertices_ = std::move(vertices);
-    triangles_.resize(triangleCount);
-    const std::uint32_t* next = corners.data();
-    for (TriMeshTriangle& t : triangles_) {
-        for (std::uint32_t& n : t.normal) n = *next++;
-        for (std::uint32_t& v : t.vertex) v = *next++;
-        t.flags2 = TriMeshTriangle::kGivenNormals;
+    std::vector<TriMeshTriangle> triangles(triangleCount);
+    std::vector<std::uint32_t> corners;
+    for (std::size_t first = 0; first < triangles.size(); first += kTrianglesAtOnce) {
+        const std::size_t last = std::min(first + kTrianglesAtOnce, triangles.size());
+        corners.resize(6 * (last - first));
+        if (!read(corners.data(), sizeof(std::uint32_t) * corners.size())) return;
+        const std::uint32_t* next = corners.data();
+        for (std::size_t i = first; i < last; ++i) {
+            for (std::uint32_t& n : triangles[i].normal) n = *next++;
+            for (std::uint32_t& v : triangles[i].vertex) v = *next++;
+            triangles[i].flags2 = TriMeshTriangle::kGivenNormals;
+        }
     }
+    vertices_ = std::move(vertices);
+    triangles_ = std::move(triangles);
     CountIncident();
     LinkAll();
 }

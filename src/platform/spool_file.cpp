@@ -5,44 +5,48 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <utility>
-#include <vector>
 
 namespace tessera {
 
 std::shared_ptr<SpoolFile> SpoolFile::Create(const std::string& folder) {
-    std::string place = folder;
-    if (place.empty()) {
+    std::string path = folder;
+    if (path.empty()) {
         const char* wanted = std::getenv("TMPDIR");
-        place = wanted && *wanted ? wanted : "/tmp";
+        path = wanted && *wanted ? wanted : "/tmp";
     }
-    const std::string pattern = place + "/TriMeshXXXXXX";
-    std::vector<char> path(pattern.c_str(), pattern.c_str() + pattern.size() + 1);
+    path += "/TriMeshXXXXXX";
     const int descriptor = mkostemp(path.data(), O_CLOEXEC);  // mode 0600, never through a link
     if (descriptor < 0) return nullptr;
-    std::FILE* file = fdopen(descriptor, "w+b");
+    unlink(path.c_str());
+    std::FILE* const file = fdopen(descriptor, "w+b");
     if (!file) {
         close(descriptor);
-        unlink(path.data());
         return nullptr;
     }
-    return std::shared_ptr<SpoolFile>(new SpoolFile(file, path.data()));
+    return std::shared_ptr<SpoolFile>(new SpoolFile(file));
 }
 
-SpoolFile::~SpoolFile() {
-    Unlink();
-    std::fclose(file_);
-}
+SpoolFile::~SpoolFile() { std::fclose(file_); }
 
 bool SpoolFile::Write(const void* data, std::size_t bytes) {
-    if (std::fwrite(data, 1, bytes, file_) != bytes) return false;
-    offset_ += static_cast<long>(bytes);
+    if (closed_ || std::fwrite(data, 1, bytes, file_) != bytes) {
+        closed_ = true;
+        return false;
+    }
+    offset_ += static_cast<std::int64_t>(bytes);
     return true;
 }
 
-bool SpoolFile::Flush() { return std::fflush(file_) == 0; }
+bool SpoolFile::Flush(std::int64_t good) {
+    if (!closed_ && std::fflush(file_) == 0) return true;
+    closed_ = true;
+    offset_ = good;
+    std::fflush(file_);  // or the rest would follow when the file is closed
+    static_cast<void>(ftruncate(fileno(file_), good) == 0);
+    return false;
+}
 
-bool SpoolFile::Read(long offset, void* data, std::size_t bytes) const {
+bool SpoolFile::Read(std::int64_t offset, void* data, std::size_t bytes) const {
     auto* out = static_cast<char*>(data);
     while (bytes > 0) {
         const ssize_t got = pread(fileno(file_), out, bytes, offset);
@@ -52,11 +56,6 @@ bool SpoolFile::Read(long offset, void* data, std::size_t bytes) const {
         bytes -= static_cast<std::size_t>(got);
     }
     return true;
-}
-
-void SpoolFile::Unlink() {
-    if (!path_.empty()) unlink(path_.c_str());
-    path_.clear();
 }
 
 }  // namespace tessera

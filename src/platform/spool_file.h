@@ -1,14 +1,18 @@
-// A temporary file that meshes are spooled to.
+// Temporary files that meshes are spooled to.
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 namespace tessera {
 
-// Shared by the component and by each mesh that has data in it: the data stay reachable through the
-// open descriptor for as long as a mesh needs them, even if somebody deletes the file.
+// Shared by the component and by each mesh that has data in it. The file has no name from the start: nobody else can
+// open or delete it, and nothing of it outlives the process.
 class SpoolFile {
 public:
     // A new file, readable by this user alone; null if it cannot be made. folder is UTF-8, empty for the
@@ -18,23 +22,39 @@ public:
     SpoolFile(const SpoolFile&) = delete;
     SpoolFile& operator=(const SpoolFile&) = delete;
 
-    long Offset() const { return offset_; }
-    // Appends; false on a short write.
+    std::int64_t Offset() const { return offset_; }
+    // Appends; false on a short write, and from then on.
     bool Write(const void* data, std::size_t bytes);
-    // Hands what was written to the system.
-    bool Flush();
+    // Hands what was written to the system. What a failing write has left behind `good` is cut off.
+    bool Flush(std::int64_t good);
+    // Lets all writes from now on fail. From any thread.
+    void Close() { closed_ = true; }
     // Reads at an offset, without disturbing a writer; false if the bytes are not all there.
-    bool Read(long offset, void* data, std::size_t bytes) const;
-    // Takes the file out of its folder; its data stay readable here.
-    void Unlink();
-    const std::string& Path() const { return path_; }
+    bool Read(std::int64_t offset, void* data, std::size_t bytes) const;
 
 private:
-    SpoolFile(std::FILE* file, std::string path) : file_(file), path_(std::move(path)) {}
+    explicit SpoolFile(std::FILE* file) : file_(file) {}
 
     std::FILE* file_;
-    std::string path_;
-    long offset_ = 0;
+    std::int64_t offset_ = 0;
+    std::atomic<bool> closed_{false};
+};
+
+// The files of a component. From any thread.
+class SpoolFileList {
+public:
+    void Add(const std::shared_ptr<SpoolFile>& file) {
+        const std::lock_guard<std::mutex> hold(lock_);
+        files_.push_back(file);
+    }
+    void Clear() {
+        const std::lock_guard<std::mutex> hold(lock_);
+        files_.clear();
+    }
+
+private:
+    std::mutex lock_;
+    std::vector<std::shared_ptr<SpoolFile>> files_;
 };
 
 }  // namespace tessera

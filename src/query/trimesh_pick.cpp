@@ -59,7 +59,7 @@ bool CTriMesh::IsFeatureEdge(TriangleIndex i, int edge, const CMatrix& matrix) c
 
 bool CTriMesh::PickPoint(const PickView& view, const CMatrix& matrix, PickHit& hit) {
     if (surfaceVisible_ == 0) {
-        LockShared(kReaderPoll);  // and never let go: a mesh that was picked while hidden stays in memory
+        LockShared();  // and never let go: a mesh that was picked while hidden stays in memory
         return false;
     }
     const ReadLock lock(*this);
@@ -127,7 +127,7 @@ CTriMesh::PickedEdge CTriMesh::FindEdge(PickKind kind, const PickView& view, con
 
 bool CTriMesh::PickEdge(const PickView& view, const CMatrix& matrix, PickHit& hit) {
     if (surfaceVisible_ == 0) {
-        LockShared(kReaderPoll);  // as PickPoint
+        LockShared();  // as PickPoint
         return false;
     }
     const ReadLock lock(*this);

@@ -19,7 +19,13 @@ public:
     void AddChild(CNode* son);
     // Deletes all children and resets the matrices; the node itself stays as root.
     void ClearTree();
-    bool HasChildren() const { return !children_.empty(); }
+    // From any thread.
+    bool HasChildren() {
+        const std::lock_guard<std::mutex> hold(lock_);
+        return !children_.empty();
+    }
+    // Keeps the memory watcher off the children.
+    std::unique_lock<std::mutex> HoldChildren() { return std::unique_lock<std::mutex>(lock_); }
     const std::list<CNode*>& Children() const { return children_; }
     // scene/names.cpp: the wanted name as it must be to be unique beside the other children.
     String UniqueName(const CNode* node, const String& wanted);

@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "scene/assembly.h"
 #include "scene/part.h"
 
 namespace tessera {
@@ -17,6 +18,8 @@ CPartInstance::~CPartInstance() {
 }
 
 void CPartInstance::LinkPart(CPart* part) {
+    std::unique_lock<std::mutex> hold;
+    if (parent) hold = parent->HoldChildren();
     part->AddReference();  // first, so that linking the part that is already here is harmless
     if (part_) part_->Release();
     part_ = part;
