@@ -7,6 +7,15 @@
 namespace tessera {
 
 void NodeIndex::Add(CNode* node) {
+    try {
+        AddAll(node);
+    } catch (...) {  // a loose node that is not wholly known may be deleted unseen
+        if (!IsInTree(node)) Forget(node);
+        throw;
+    }
+}
+
+void NodeIndex::AddAll(CNode* node) {
     nodes_[node->id] = node;
     if (node->GetNodeType() == 1) {
         auto* const instance = static_cast<CPartInstance*>(node);
@@ -15,7 +24,7 @@ void NodeIndex::Add(CNode* node) {
         AddName(instance->Part());
         return;
     }
-    for (CNode* child : static_cast<CAssembly*>(node)->Children()) Add(child);
+    for (CNode* child : static_cast<CAssembly*>(node)->Children()) AddAll(child);
 }
 
 void NodeIndex::Forget(CNode* node) {

@@ -33,6 +33,7 @@ public:
     void RenamePart(CPart* part, const String& name);
 
 private:
+    void AddAll(CNode* node);
     bool IsInTree(const CNode* node) const;
     bool Shows(CPartInstance* instance, int partId) const;
     void AddName(const CPart* part);

@@ -166,29 +166,41 @@ HRESULT CTessera::SetParent(int sonID, int parentID, int* errCode) {
         parent = static_cast<CAssembly*>(node);
     }
     CNode* son = nullptr;
-    if (m_lastPartInstance && m_lastPartInstance->id == sonID) {
+    if (m_lastPartInstance && m_lastPartInstance->id == sonID)
         son = m_lastPartInstance;
-        m_lastPartInstance = nullptr;
-    } else if (m_lastAssembly && m_lastAssembly->id == sonID) {
+    else if (m_lastAssembly && m_lastAssembly->id == sonID)
         son = m_lastAssembly;
-        m_lastAssembly = nullptr;
-    } else {
+    else
         son = index_.Node(sonID);
-    }
     if (!son || son == m_root) return end(ErrState);
+    Link(son, parent);
+    son->SetName(String(son->Name()));
+    m_root->InvalidateBoundBox();
+    return end(ErrDone);
+}
+
+// All that needs memory comes first: without it nothing has changed.
+void CTessera::Link(CNode* son, CAssembly* parent) {
     // A node moved under its own descendant closes a ring that hangs on nothing: out of the tree, and of the index.
     bool ring = false;
     for (const CNode* p = parent; p && !ring; p = p->parent) ring = p == son;
+    std::list<CNode*> place{son};
+    dropped_.reserve(dropped_.size() + 1);
+    parent->ExpectChild(son);
+    try {
+        if (!ring) index_.Add(son);
+    } catch (...) {
+        parent->ExpectNoChild(son);
+        throw;
+    }
     if (ring) {
         index_.Forget(son);
         dropped_.push_back(son);
     }
-    if (son->parent) son->parent->DetachChild(sonID);
-    parent->AddChild(son);
-    if (!ring) index_.Add(son);
-    son->SetName(String(son->Name()));
-    m_root->InvalidateBoundBox();
-    return end(ErrDone);
+    if (son == m_lastPartInstance) m_lastPartInstance = nullptr;
+    if (son == m_lastAssembly) m_lastAssembly = nullptr;
+    if (son->parent) son->parent->DetachChild(son->id);
+    parent->AddChild(place);
 }
 
 void CTessera::DeleteDropped() {

@@ -287,6 +287,7 @@ private:
     void ForgetSpoolFiles() { spoolFiles.Clear(); }
     void ClearTree();
     void DeleteDropped();
+    void Link(CNode* son, CAssembly* parent);
     BBox SceneBox();
     void DrawExploded(CNode* node, int mode);
     void Accelerate(float acc);

@@ -54,10 +54,10 @@ void CellGrid::Reset(const CellRule& rule, double tolerance, std::size_t expecte
     cellsInKey_ = kBucketWidth * tolerance_ * std::max(rule.scaleX, rule.scaleY) > 0.05;
     count_ = 0;
     entered_ = 0;
-    exact_.assign(std::bit_ceil(std::max<std::size_t>(expected + expected / 2, 1024)), kNone);
+    Release();  // not set, should memory run out here
     heads_.assign(1024, kNone);
     tails_.assign(1024, kNone);
-    links_.clear();
+    exact_.assign(std::bit_ceil(std::max<std::size_t>(expected + expected / 2, 1024)), kNone);
 }
 
 void CellGrid::Release() {
@@ -154,9 +154,9 @@ void CellGrid::Enter(const Vec3* points, const Vec3& p) {
 void CellGrid::EnterNear(const Vec3& p, std::uint32_t index) {
     const std::size_t slot = SlotOf({BucketOf(p.x), BucketOf(p.y), BucketOf(p.z), CellOf(p)});
     const auto link = static_cast<std::uint32_t>(links_.size());
+    links_.push_back({index, kNone});
     (heads_[slot] == kNone ? heads_[slot] : links_[tails_[slot]].next) = link;
     tails_[slot] = link;
-    links_.push_back({index, kNone});
 }
 
 void CellGrid::Append(const Vec3* points, const Vec3& p) {
@@ -173,11 +173,12 @@ void CellGrid::GrowExact(const Vec3* points) {
 }
 
 void CellGrid::GrowNear(const Vec3* points) {
-    heads_.assign(heads_.size() * 4, kNone);
-    tails_.assign(heads_.size(), kNone);
+    std::vector<std::uint32_t> heads(heads_.size() * 4, kNone), tails(heads.size(), kNone);
     std::vector<Link> former;
+    former.reserve(heads.size());
     former.swap(links_);
-    links_.reserve(heads_.size());
+    heads_.swap(heads);
+    tails_.swap(tails);
     for (const Link& link : former) EnterNear(points[link.point], link.point);
 }
 

@@ -42,11 +42,17 @@ const unsigned char* TriNormalTable::Read(const unsigned char* stream) {
 std::uint32_t TriNormalTable::Append(const TriNormalTable& other) {
     const std::uint32_t first = Count();
     normals_.insert(normals_.end(), other.normals_.begin(), other.normals_.end());
-    if (gridBuilt_) {
-        unknown_.emplace_back(first, Count());
-        grid_.Skip(other.Count());
-    } else if (grid_.IsSet()) {
-        for (std::uint32_t i = first; i < Count(); ++i) grid_.Append(normals_.data(), normals_[i]);
+    try {
+        if (gridBuilt_) {
+            unknown_.emplace_back(first, Count());
+            grid_.Skip(other.Count());
+        } else if (grid_.IsSet()) {
+            for (std::uint32_t i = first; i < Count(); ++i) grid_.Append(normals_.data(), normals_[i]);
+        }
+    } catch (...) {
+        normals_.resize(first);
+        grid_.Release();  // to be made anew
+        throw;
     }
     return first;
 }
@@ -54,13 +60,18 @@ std::uint32_t TriNormalTable::Append(const TriNormalTable& other) {
 void TriNormalTable::Index(double tolerance) {
     grid_.Reset(gridBuilt_ ? kNormalCells : kOneCell, tolerance, normals_.size());
     auto range = unknown_.begin();
-    for (std::uint32_t i = 0; i < Count(); ++i) {
-        if (range != unknown_.end() && i == range->first) {
-            grid_.Skip(range->second - range->first);
-            i = range++->second - 1;
-        } else {
-            grid_.Append(normals_.data(), normals_[i]);
+    try {
+        for (std::uint32_t i = 0; i < Count(); ++i) {
+            if (range != unknown_.end() && i == range->first) {
+                grid_.Skip(range->second - range->first);
+                i = range++->second - 1;
+            } else {
+                grid_.Append(normals_.data(), normals_[i]);
+            }
         }
+    } catch (...) {
+        grid_.Release();  // to be made anew
+        throw;
     }
 }
 

@@ -10,14 +10,15 @@ CAssembly::~CAssembly() {
     for (CNode* child : children_) delete child;
 }
 
-void CAssembly::AddChild(CNode* son) {
+void CAssembly::ExpectChild(const CNode* son) { ++names_[son->Name()]; }
+
+void CAssembly::ExpectNoChild(const CNode* son) { ForgetName(son->Name()); }
+
+void CAssembly::AddChild(std::list<CNode*>& son) noexcept {
     const std::lock_guard<std::mutex> hold(lock_);
-    son->parent = this;
-    if (son->GetNodeType() == 0)
-        children_.push_front(son);
-    else
-        children_.push_back(son);
-    ++names_[son->Name()];
+    CNode* const node = son.front();
+    node->parent = this;
+    children_.splice(node->GetNodeType() == 0 ? children_.begin() : children_.end(), son);
 }
 
 void CAssembly::ClearTree() {

@@ -16,7 +16,10 @@ public:
     CAssembly() = default;
     ~CAssembly() override;
 
-    void AddChild(CNode* son);
+    // In two steps, of which the first alone may run out of memory. son: a list of that node alone, which is taken.
+    void ExpectChild(const CNode* son);
+    void ExpectNoChild(const CNode* son);  // after all
+    void AddChild(std::list<CNode*>& son) noexcept;
     // Deletes all children and resets the matrices; the node itself stays as root.
     void ClearTree();
     // From any thread.

@@ -46,25 +46,31 @@ void CPart::Close(bool keep) {
 
 void CPart::BeginTriMesh() {
     if (IsBuilding()) return;
-    Open(std::make_unique<CTriMesh>(triNormals_));
-    openMesh_ = static_cast<CTriMesh*>(building_.get());
-    openMesh_->SetPointTolerance(pointTolerance);
-    openMesh_->shadeMode = shadeMode;
-    openMesh_->optionsShadeMode = optionsShadeMode;
-    openMesh_->viewingType = viewingType;
-    openMesh_->BeginBuild();
+    auto mesh = std::make_unique<CTriMesh>(triNormals_);
+    mesh->SetPointTolerance(pointTolerance);
+    mesh->shadeMode = shadeMode;
+    mesh->optionsShadeMode = optionsShadeMode;
+    mesh->viewingType = viewingType;
+    mesh->BeginBuild();
+    openMesh_ = mesh.get();
+    Open(std::move(mesh));
 }
 
 void CPart::EndTriMesh() {
     if (!openMesh_) return;
-    openMesh_->EndBuild();
-    const bool keep = openMesh_->TriangleCount() > 0;
-    if (keep) {
-        openMesh_->SetTextureId(envTexture);
-        openMesh_->SetThresholdAngle(thresholdAngle);
-        RefreshShading(*openMesh_);
+    try {
+        openMesh_->EndBuild();
+        const bool keep = openMesh_->TriangleCount() > 0;
+        if (keep) {
+            openMesh_->SetTextureId(envTexture);
+            openMesh_->SetThresholdAngle(thresholdAngle);
+            RefreshShading(*openMesh_);
+        }
+        Close(keep);
+    } catch (...) {  // what it has is half done
+        Close(false);
+        throw;
     }
-    Close(keep);
 }
 
 // Tolerance and shade modes of the part reach curves and point sets with their next change.

@@ -61,12 +61,14 @@ BBox CPartInstance::GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompu
 }
 
 const BBox& CPartInstance::BoxAt(const CMatrix& T, bool recompute, const CMatrix& reference) {
-    if (!recompute && boxMatrix_ && boxEpoch_ == gBoxEpoch && boxMatrix_->Equals(T) && boxReference_->Equals(reference))
+    if (!recompute && boxReference_ && boxEpoch_ == gBoxEpoch && boxMatrix_->Equals(T) &&
+        boxReference_->Equals(reference))
         return boundBox;
+    InvalidateBoundBox();
     boxEpoch_ = gBoxEpoch;
     boxMatrix_ = std::make_unique<CMatrix>(T);
-    boxReference_ = std::make_unique<CMatrix>(reference);
     boundBox = part_->GetBoundBox(T, recompute, reference);
+    boxReference_ = std::make_unique<CMatrix>(reference);
     return boundBox;
 }
 

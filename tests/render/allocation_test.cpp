@@ -1,15 +1,26 @@
-// A frame that has been drawn before must not ask for memory by the triangle.
+// What asks for memory: not a frame, by the triangle; and what happens to a host whose memory is at an end.
+#include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "render_fixture.h"
 
 namespace {
-long g_allocations = 0;
+
+std::atomic<long> g_allocations = 0, g_held = 0;
+long g_failAt = -1;  // the count of the allocation that fails, and of all after it until this is taken back
+
+void Free(void* memory) {
+    g_held -= memory != nullptr ? 1 : 0;
+    std::free(memory);
 }
 
+}  // namespace
+
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    ++g_allocations;
+    if (++g_allocations >= g_failAt && g_failAt >= 0) return nullptr;
+    ++g_held;
     return std::malloc(size ? size : 1);
 }
 void* operator new(std::size_t size) {
@@ -17,9 +28,9 @@ void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 // Not inlined, or the compiler sees free() meet a pointer from a new-expression and takes that for a mistake.
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { Free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { Free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t&) noexcept { Free(memory); }
 
 namespace tessera::test {
 namespace {
@@ -67,6 +78,110 @@ TEST_F(Allocation, NewStripsDoNotAllocateByTheTriangle) {
     const long before = g_allocations;
     scene.Draw();
     EXPECT_LT(g_allocations - before, 400);
+}
+
+// Whatever a small host does: it builds, imports, names, draws, picks and writes.
+class SmallHost {
+public:
+    SmallHost() {
+        const auto put = [&](auto value) {
+            stream_.resize(stream_.size() + sizeof value);
+            std::memcpy(stream_.data() + stream_.size() - sizeof value, &value, sizeof value);
+        };
+        const auto floats = [&](std::initializer_list<float> values) {
+            for (const float v : values) put(v);
+        };
+        put('\3'), floats({1, 0, 0, 0, 1, 0}), put(3), floats({0, 0, 0, 1, 0, 0, 0, 1, 0}), put('\17'), put(1);
+        for (const int index : {0, 0, 0, 0, 1, 2}) put(index);
+        put('\7'), floats({1, 1, 1}), put(2), floats({0, 0, 0}), put('\0'), floats({1, 1, 1}), put('\0'), put('\21');
+        normals_.resize(16);
+        const float up[3] = {0, 0, 1};
+        const int one = 1;
+        std::memcpy(normals_.data(), &one, 4);
+        std::memcpy(normals_.data() + 4, up, 12);
+    }
+    void Run(ITessera& host) {
+        int frame = 0, part = 0, instance = 0;
+        host.CreateAssembly(&frame);
+        host.SetParent(frame, 0, &error_);
+        host.SetNodeName(frame, name_, &error_);
+        host.CreatePart(&part);
+        host.CreatePartInstance(&instance);
+        host.SetPart(instance, part, &error_);
+        host.SetParent(instance, frame, &error_);
+        host.SetPartName(part, name_, &error_);
+        host.SetPropertyString(instance, name_, &error_);
+        host.BeginTriMesh(part, &error_);
+        for (std::size_t i = 0; i < cube_.size(); i += 9) host.AddTriangle3P(part, &cube_[i], &error_);
+        host.EndTriMesh(part, &error_);
+        host.BeginPolyLine(part, &error_);
+        for (std::size_t i = 0; i < 9; i += 3) host.AddPolyLinePoint(part, &cube_[i], &error_);
+        host.EndPolyLine(part, &error_);
+        host.BeginPointSet(part, &error_);
+        host.AddPointSetPoint(part, cube_.data(), &error_);
+        host.EndPointSet(part, &error_);
+        unsigned char *normals = normals_.data(), *stream = stream_.data();
+        host.SetTDGImportVer(719);
+        host.ImportTriNormals(&normals, &error_);
+        host.Import3DGPartElements(part, &stream, &error_);
+        double volume = 0;
+        host.SetVolumePrecision(0, 0.01F, &error_);
+        host.GetVolume(0, &volume, &error_);
+        host.SwitchCrossSectionPlane(0, 1, &error_);
+        host.SetThresholdAngle(0, 10, &error_);
+        host.Draw(0, 0, &error_);
+        host.WriteTDPM(nowhere_, &error_);
+        host.WriteVRML(nowhere_);
+        host.WriteVRML_2(nowhere_);
+        host.SaveCrossSection(nowhere_, &error_);
+    }
+    ~SmallHost() {
+        SysFreeString(name_);
+        SysFreeString(nowhere_);
+    }
+
+private:
+    std::vector<unsigned char> stream_ = {}, normals_ = {};
+    Soup cube_ = Cube().soup;
+    BSTR name_ = SysAllocString(u"a name that is too long for a short string"), nowhere_ = SysAllocString(u"/dev/null");
+    int error_ = 0;
+};
+
+TEST_F(Allocation, EachThatFailsIsTold) {
+    SmallHost small;
+    {  // what is made once in a process
+        const Scene first;
+        small.Run(*first.operator->());
+    }
+    bool failed = true;
+    int told = 0;
+    for (long n = 1; failed; ++n) {
+        failed = false;
+        const long held = g_held;
+        ITessera* host = nullptr;
+        ASSERT_EQ(CreateTessera(&host), STATUS_OK);
+        g_failAt = g_allocations + n;
+        try {
+            small.Run(*host);
+            failed = g_allocations >= g_failAt;  // and was taken for an answer
+        } catch (const std::exception&) {        // of either of the two kinds that a host is told of
+            failed = true;
+            ++told;
+        }
+        g_failAt = -1;
+        // Nothing is broken for what follows.
+        small.Run(*host);
+        double area = 0;
+        int instances = 0;
+        host->GetNumberOfPartInstance(0, &instances, &error);
+        host->GetSurfaceArea(0, &area, &error);
+        EXPECT_GE(area, 24.49) << n;
+        EXPECT_GE(instances, 1) << n;
+        host->Draw(0, 0, &error);
+        host->Release();
+        EXPECT_EQ(g_held, held) << "lost by a failure at " << n;
+    }
+    EXPECT_GT(told, 100);
 }
 
 }  // namespace
