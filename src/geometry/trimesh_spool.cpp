@@ -1,7 +1,8 @@
 // The lock that keeps the memory watcher off a mesh in use, and the mesh's record in a spool file.
 //
-// Record: u32 vertex count, the vertices as three f32, u32 triangle count, and for each triangle three u32
-// normal indices and three u32 vertex indices. Strips, normals and counters stay in memory.
+// Record: u32 vertex count, the vertices as three f32, u32 triangle count, for each triangle three u32 normal
+// indices and three u32 vertex indices, u32 count of strip floats and the floats, u32 count of strip lengths and the
+// lengths. Normals and counters stay in memory.
 #include <algorithm>
 
 #include "geometry/trimesh.h"
@@ -53,6 +54,12 @@ void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
             PackCorners(first, corners);
             saved = file->Write(corners.data(), sizeof(std::uint32_t) * corners.size());
         }
+        const auto floatCount = static_cast<std::uint32_t>(stripVertices_.size());
+        const auto lengthCount = static_cast<std::uint32_t>(stripLengths_.size());
+        saved = saved && file->Write(&floatCount, sizeof floatCount) &&
+                file->Write(stripVertices_.data(), sizeof(float) * stripVertices_.size()) &&
+                file->Write(&lengthCount, sizeof lengthCount) &&
+                file->Write(stripLengths_.data(), sizeof(int) * stripLengths_.size());
         saved = file->Flush(offset) && saved;
         if (saved) {
             spoolFile_ = file;
@@ -66,6 +73,8 @@ void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
         std::vector<TriangleIndex>().swap(incident_);
         std::vector<TriMeshTriangle>().swap(triangles_);
         std::vector<Vec3>().swap(vertices_);
+        std::vector<float>().swap(stripVertices_);
+        std::vector<int>().swap(stripLengths_);
         spooled_ = true;
     }
     --writers_;
@@ -104,6 +113,14 @@ void CTriMesh::ReadRecord() {
             triangles[i].flags2 = TriMeshTriangle::kGivenNormals;
         }
     }
+    std::uint32_t floatCount = 0, lengthCount = 0;
+    if (!read(&floatCount, sizeof floatCount)) return;
+    std::vector<float> floats(floatCount);
+    if (!read(floats.data(), sizeof(float) * floats.size()) || !read(&lengthCount, sizeof lengthCount)) return;
+    std::vector<int> lengths(lengthCount);
+    if (!read(lengths.data(), sizeof(int) * lengths.size())) return;
+    stripVertices_ = std::move(floats);
+    stripLengths_ = std::move(lengths);
     vertices_ = std::move(vertices);
     triangles_ = std::move(triangles);
     CountIncident();

@@ -14,7 +14,7 @@ extern bool gReducedDrawn;     // this frame something was drawn reduced
 // What the draw call under way has told OpenGL last: instances of one part follow each other as a rule, and their
 // meshes need not tell it again.
 struct ToldState {
-    const void* arrays = nullptr;     // the mesh whose strips the client arrays point at
+    const void* arrays = nullptr;     // the strips that the client arrays point at
     const void* materials = nullptr;  // the mesh whose materials are set
 };
 extern thread_local ToldState gTold;

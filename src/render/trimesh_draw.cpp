@@ -219,8 +219,9 @@ void CTriMesh::DrawSmoothEdges(bool transparent) {
 
 void CTriMesh::DrawStrips() {
     if (useVertexArray) {
-        if (gTold.arrays != this) glInterleavedArrays(GL_N3F_V3F, 0, stripVertices_.data());
-        gTold.arrays = this;
+        // By the address: the mesh may have been on disk since.
+        if (gTold.arrays != stripVertices_.data()) glInterleavedArrays(GL_N3F_V3F, 0, stripVertices_.data());
+        gTold.arrays = stripVertices_.data();
         GLint first = 0;
         for (const int length : stripLengths_) {
             if (length <= 0) return;

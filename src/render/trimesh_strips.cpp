@@ -191,6 +191,7 @@ void CTriMesh::BuildStrips() {
 void CTriMesh::BuildStrips(const std::vector<Vec3>& facets, const std::vector<std::uint8_t>& stripEdges) {
     StripBuilder builder(triangles_, facets, stripEdges);
     builder.Build();
+    spoolStale_ = true;  // a copy on disk has other strips
     stripLengths_ = builder.TakeLengths();
     stripLengths_.shrink_to_fit();
     std::vector<float>().swap(stripVertices_);
