@@ -14,6 +14,7 @@
 #include "exchange.h"
 #include "glx_offscreen.h"
 #include "queries.h"
+#include "views.h"
 #include "workload.h"
 
 namespace {
@@ -168,6 +169,8 @@ int main(int argc, char** argv) {
     if (job.work == "W3") return Pick(job), 0;
     if (job.work == "W4") return Cut(job), 0;
     if (job.work == "W5") return Write(job), 0;
+    if (job.work == "measures") return Measure(job), 0;
+    if (job.work == "views") return View(job), 0;
     if (job.work == "W7") return Memory(job), 0;
     return job.unsupported();
 }

@@ -51,21 +51,24 @@ HRESULT MeshDecimator::SetMesh(float* points, int pointFloats, int* indices, int
 std::vector<MeshDecimator::Corner> MeshDecimator::Corners(const std::vector<unsigned>& indices) const {
     constexpr float kCosineOfCrease = 0.766F;  // 40 degrees
     std::vector<std::array<float, 3>> facets(indices.size() / 3);
-    std::vector<std::vector<unsigned>> around(points_.size() / 3);
+    // The triangles at each vertex, one after the other; starts are moved on as these come in.
+    std::vector<unsigned> starts(points_.size() / 3 + 2), around(indices.size());
+    for (const unsigned v : indices) ++starts[v + 2];
+    for (std::size_t v = 2; v < starts.size(); ++v) starts[v] += starts[v - 1];
     for (std::size_t t = 0; t < facets.size(); ++t) {
         const float *a = &points_[3 * indices[3 * t]], *b = &points_[3 * indices[3 * t + 1]],
                     *c = &points_[3 * indices[3 * t + 2]];
         const float u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]}, v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
         facets[t] = {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
-        for (std::size_t k = 0; k < 3; ++k) around[indices[3 * t + k]].push_back(static_cast<unsigned>(t));
+        for (std::size_t k = 0; k < 3; ++k) around[starts[indices[3 * t + k] + 1]++] = static_cast<unsigned>(t);
     }
     const auto length = [](const std::array<float, 3>& n) { return std::hypot(n[0], n[1], n[2]); };
     std::vector<Corner> corners(indices.size());
     for (std::size_t i = 0; i < indices.size(); ++i) {
         const std::array<float, 3>& own = facets[i / 3];
         std::array<float, 3> sum{};
-        for (const unsigned t : around[indices[i]]) {
-            const std::array<float, 3>& n = facets[t];
+        for (unsigned at = starts[indices[i]]; at < starts[indices[i] + 1]; ++at) {
+            const std::array<float, 3>& n = facets[around[at]];
             const float dot = own[0] * n[0] + own[1] * n[1] + own[2] * n[2];
             if (dot < kCosineOfCrease * length(own) * length(n)) continue;
             for (std::size_t k = 0; k < 3; ++k) sum[k] += n[k];

@@ -105,9 +105,9 @@ void DrawGroup(const LodGroup& group, int pass) {
 }
 
 // The distances from which on a finer level gives way, shrunk where the acceleration is spent.
-std::vector<float> CutOffs(std::size_t count, float span, float acceleration) {
+void FindCutOffs(std::size_t count, float span, float acceleration, std::vector<float>& table) {
     const float step = span / static_cast<float>(count);
-    std::vector<float> table(count);
+    table.resize(count);
     for (std::size_t i = 0; i < count; ++i)
         table[i] = i == 0 ? 0.5f * step : i == 1 ? 2.5f * step : table[i - 1] + step;
     table.back() += 1.5f * step;
@@ -122,7 +122,6 @@ std::vector<float> CutOffs(std::size_t count, float span, float acceleration) {
             table[i] = least;
         }
     }
-    return table;
 }
 
 }  // namespace
@@ -208,9 +207,9 @@ int CPart::ChooseLevel(const BBox& instanceBox) {
         span -= displayAccuracy;
         displayAccuracy = 0;
     }
-    const std::vector<float> cutOffs = CutOffs(lodGroups.size() + 1, span, displayAccuracy);
-    for (std::size_t i = 0; i < cutOffs.size(); ++i)
-        if (distance < cutOffs[i]) return i == 0 && noFull ? 1 : static_cast<int>(i);
+    FindCutOffs(lodGroups.size() + 1, span, displayAccuracy, cutOffs_);
+    for (std::size_t i = 0; i < cutOffs_.size(); ++i)
+        if (distance < cutOffs_[i]) return i == 0 && noFull ? 1 : static_cast<int>(i);
     return ratio < kDotRatio ? last : -1;
 }
 

@@ -172,6 +172,7 @@ private:
     CTriMesh* openMesh_ = nullptr;  // building_ by its kind, as the two that follow
     CPolyLine* openPolyLine_ = nullptr;
     CPointSet* openPointSet_ = nullptr;
+    std::vector<float> cutOffs_;  // of the levels, kept from draw to draw
     TriNormalTable* triNormals_;
     TextureCache* textures_;
     std::mutex lock_;  // keeps the memory watcher off while elements_ changes

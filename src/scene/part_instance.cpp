@@ -1,6 +1,7 @@
 #include "scene/part_instance.h"
 
 #include <atomic>
+#include <cstring>
 
 #include "scene/assembly.h"
 #include "scene/part.h"
@@ -10,6 +11,11 @@ namespace {
 
 // Moves on with every change of geometry or placement; boxes of an earlier epoch are stale.
 std::atomic<std::uint64_t> gBoxEpoch{0};
+
+// Mostly to the bit.
+bool IsSame(const CMatrix& a, const CMatrix& b) {
+    return std::memcmp(a.Forward(), b.Forward(), 16 * sizeof(double)) == 0 || a.Equals(b);
+}
 
 }  // namespace
 
@@ -61,8 +67,8 @@ BBox CPartInstance::GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompu
 }
 
 const BBox& CPartInstance::BoxAt(const CMatrix& T, bool recompute, const CMatrix& reference) {
-    if (!recompute && boxReference_ && boxEpoch_ == gBoxEpoch && boxMatrix_->Equals(T) &&
-        boxReference_->Equals(reference))
+    if (!recompute && boxReference_ && boxEpoch_ == gBoxEpoch && IsSame(*boxMatrix_, T) &&
+        IsSame(*boxReference_, reference))
         return boundBox;
     InvalidateBoundBox();
     boxEpoch_ = gBoxEpoch;
