@@ -15,13 +15,16 @@ public:
     Replacement& operator=(const Replacement&) = delete;
 
     std::FILE* Stream() const { return stream_; }
-    // The name that the file has until Finish, for others to write to.
+    // The name that the file has until Finish.
     const std::string& Temporary() const { return temporary_; }
+    // Another name of it until Finish, of plain letters whatever the folder is called.
+    std::string DescriptorName() const;
     // Throws Failure, and then nothing has changed.
     void Finish();
 
 private:
-    std::string path_;
+    std::string path_;    // as it was given
+    std::string target_;  // that the file is to get
     std::string temporary_;
     std::FILE* stream_ = nullptr;
     bool done_ = false;

@@ -11,7 +11,7 @@ namespace tessera::host {
 // The engine does not always tell whether it could write: what it leaves under a name that was empty does.
 void WriteScene(ITessera& scene, SceneFormat format, const std::string& path) {
     Replacement file(path);
-    const EngineText name(file.Temporary());
+    const EngineText name(file.DescriptorName());
     int err = ErrDone;
     switch (format) {
         case SceneFormat::kTdpm: scene.WriteTDPM(name.Get(), &err); break;

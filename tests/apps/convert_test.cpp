@@ -70,6 +70,13 @@ TEST_F(ConvertCommand, WritesWhatTheNameSays) {
     EXPECT_EQ(Content(Convert(cube, "a.WRL", {"--vrml", "1"})).substr(0, 10), "#VRML V1.0");
     const std::string lines = Content(Convert(cube, "a.xml", {"--plane", "0.5,0.5,0.5:1,0,0"}));
     EXPECT_NE(lines.find("<P>0.500,1.000,1.000</P>"), std::string::npos) << lines;
+    // A name of any bytes and of any length that the system allows; a link stays.
+    for (const std::string& name : {std::string("\xff\xfe.3dg"), std::string(251, 'n') + ".3dg"})
+        EXPECT_GT(Content(Convert(cube, name)).size(), 100U);
+    std::filesystem::create_symlink(Path("a.xml"), Path("link.3dg"));
+    Convert(cube, "link.3dg");
+    EXPECT_EQ(Content(Path("a.xml")).substr(0, 3), "3DG");
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("link.3dg")));
     const std::vector<std::string> before = FilesLeft();
     const struct {
         std::vector<std::string> arguments;
