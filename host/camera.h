@@ -49,6 +49,8 @@ public:
 
     const Vec3& Eye() const { return eye_; }
     const Vec3& Target() const { return target_; }
+    // Unit vector that points up on the picture.
+    const Vec3& Up() const { return up_; }
     // Unit vector from the target to the eye.
     const Vec3& Backward() const { return backward_; }
     Mat4 Projection() const;

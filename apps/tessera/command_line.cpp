@@ -59,7 +59,8 @@ void DeclareMeasure(CLI::App& command, CommandLine& line) {
 void DeclareConvert(CLI::App& command, CommandLine& line) {
     command.add_option("MODEL", line.convert.models, kModelFiles)->required()->option_text("...");
     command
-        .add_option("-o,--output", line.convert.output, "File to write: .3dg, .wrl (VRML) or .xml (lines of a section)")
+        .add_option("-o,--output", line.convert.output,
+                    "File to write: .3dg, .wrl (VRML), .u3d or .xml (lines of a section)")
         ->required()
         ->option_text("OUT");
     command.add_option("--vrml", line.convert.vrml, "Version of VRML, 1 or 2 [2]")
@@ -70,6 +71,13 @@ void DeclareConvert(CLI::App& command, CommandLine& line) {
             "--plane", [&](const std::string& s) { line.convert.section = ParseSection("--plane", s); },
             "Plane of the section, in the frame of each part; its lines are written in that frame too")
         ->option_text("PX,PY,PZ:NX,NY,NZ");
+    command
+        .add_option_function<std::string>(
+            "--views", [&](const std::string& s) { line.convert.views = ParseViews("--views", s); },
+            "Views of a .u3d file, by name with commas between [iso]")
+        ->option_text("VIEW,...");
+    command.add_flag("--compress", line.convert.compress,
+                     "Write meshes of a .u3d file quantised, to be shown while they load");
     command.add_flag("-q,--quiet", line.convert.talk.quiet, "Say nothing but errors on standard error");
     command.footer("Example: tessera convert gearbox.glb bolt.stl -o all.3dg");
 }
@@ -93,7 +101,7 @@ std::optional<int> Parse(int argc, const char* const* argv, CommandLine& line, s
     DeclarePick(*app.add_subcommand("pick", "Tell what is seen at a pixel of a picture"), line);
     DeclareSection(*app.add_subcommand("section", "Measure the lines in which a plane cuts models"), line);
     DeclareMeasure(*app.add_subcommand("measure", "Measure volume, area, centre of mass and more"), line);
-    DeclareConvert(*app.add_subcommand("convert", "Write models to a 3DG, VRML or section file"), line);
+    DeclareConvert(*app.add_subcommand("convert", "Write models to a 3DG, VRML, U3D or section file"), line);
     DeclareInfo(*app.add_subcommand("info", "Print a model's tree, parts, boxes and totals"), line);
     try {
         app.parse(argc, argv);

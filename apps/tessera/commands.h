@@ -25,6 +25,8 @@ struct ConvertOptions {
     std::string output;
     std::optional<int> vrml;
     std::optional<Section> section;
+    std::vector<host::View> views;
+    bool compress = false;
     Talk talk;
 };
 // From the name of the file to write. Throws CLI::ValidationError where the options do not go together.

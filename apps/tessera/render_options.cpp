@@ -1,8 +1,10 @@
 #include "render_options.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <map>
+#include <sstream>
 
 namespace tessera::cli {
 
@@ -11,11 +13,6 @@ namespace {
 const std::map<std::string, short> kModes = {
     {"flat", 0},         {"smooth", 1},  {"wire", 2},       {"wire-all", 3},     {"hidden-line", 4}, {"points", 5},
     {"smooth-edges", 6}, {"section", 7}, {"silhouette", 8}, {"strip-points", 9}, {"highlight", 10},  {"env-map", 11}};
-
-const std::map<std::string, host::View> kViews = {{"iso", host::View::kIso},      {"front", host::View::kFront},
-                                                  {"back", host::View::kBack},    {"left", host::View::kLeft},
-                                                  {"right", host::View::kRight},  {"top", host::View::kTop},
-                                                  {"bottom", host::View::kBottom}};
 
 const std::map<std::string, Overlay> kOverlays = {{"edges", Overlay::kEdges}, {"vertices", Overlay::kVertices}};
 
@@ -110,6 +107,17 @@ void ParseNumbers(const std::string& option, std::string_view text, double* valu
         }
         at = next + (last ? 0 : 1);
     }
+}
+
+std::vector<host::View> ParseViews(const std::string& option, const std::string& text) {
+    std::vector<host::View> views;
+    std::istringstream names(text);
+    for (std::string name; std::getline(names, name, ',');) {
+        const auto view = kViews.find(name);
+        if (view == kViews.end()) throw CLI::ValidationError(option, "no view is called \"" + name + "\"");
+        if (std::find(views.begin(), views.end(), view->second) == views.end()) views.push_back(view->second);
+    }
+    return views;
 }
 
 Section ParseSection(const std::string& option, std::string_view text) {

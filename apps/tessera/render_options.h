@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <array>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +14,11 @@ namespace tessera::cli {
 
 // What commands take.
 constexpr const char* kModelFiles = "Model files: 3DG, STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE";
+
+inline const std::map<std::string, host::View> kViews = {{"iso", host::View::kIso},      {"front", host::View::kFront},
+                                                         {"back", host::View::kBack},    {"left", host::View::kLeft},
+                                                         {"right", host::View::kRight},  {"top", host::View::kTop},
+                                                         {"bottom", host::View::kBottom}};
 
 enum class Overlay { kNone, kEdges, kVertices };
 
@@ -62,6 +68,8 @@ struct RenderOptions {
 // Declares the models and the options of a picture, but for the file to write. `options` is filled when the command
 // line is parsed.
 void DeclareRenderOptions(CLI::App& command, RenderOptions& options);
+// Names of kViews with commas between, each once. Throws CLI::ValidationError.
+std::vector<host::View> ParseViews(const std::string& option, const std::string& text);
 // "PX,PY,PZ:NX,NY,NZ". Throws CLI::ValidationError.
 Section ParseSection(const std::string& option, std::string_view text);
 // Numbers between commas, exactly as many as `values` has room for. Throws CLI::ValidationError.

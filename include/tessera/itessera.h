@@ -944,7 +944,9 @@ public:
 
     // Writes the shown meshes and named views as a U3D file. pViews: numViews records of U3dView, passed as float*;
     // null if there are none. useCompression: VARIANT_TRUE lets a reader reduce the meshes, any other value keeps them
-    // at full resolution. Polylines and point sets are left out. Status 0, also when the file cannot be written.
+    // at full resolution. Polylines and point sets are left out. All faces of a part have the colour of its first
+    // element. Status 0, also when the file cannot be written; a view that cannot be made throws IFXException, and then
+    // nothing is written.
     virtual HRESULT ExportU3D(BSTR fname, float* pViews, ULONG numViews, VARIANT_BOOL useCompression) = 0;
 
 protected:

@@ -20,4 +20,13 @@ struct U3dView {
 #pragma pack(pop)
 static_assert(sizeof(U3dView) == 40 + sizeof(void*));
 
+// What ITessera::ExportU3D throws when a view cannot be made: one without a name, or with that of another.
+struct TESSERA_API IFXException : std::exception {
+    IFXException(HRESULT code, const char* text) noexcept : status(code), message(text) {}
+    const char* what() const noexcept override { return message; }
+
+    HRESULT status;
+    const char* message;  // static
+};
+
 }  // namespace tessera

@@ -263,8 +263,6 @@ public:
     HRESULT WriteTDPM(BSTR filename, int* errCode) override;
     HRESULT SaveCrossSection(BSTR filename, int* errCode) override;
     HRESULT ScanGraphicData(int nodeID, int mode, IUnknown* graphicDataPtr, int* errCode) override;
-
-    // component/unavailable.cpp
     HRESULT ExportU3D(BSTR fname, float* pViews, ULONG numViews, VARIANT_BOOL useCompression) override;
 
 private:

@@ -4,6 +4,7 @@
 #include "exchange/vrml.h"
 #include "scene/assembly.h"
 #include "tessera/igraphic_collector.h"
+#include "tessera/u3d_view.h"
 
 namespace tessera {
 
@@ -27,6 +28,13 @@ HRESULT CTessera::WriteVRML_2(BSTR fname) {
 HRESULT CTessera::SaveCrossSection(BSTR filename, int* errCode) {
     SaveSectionFile(ToString(filename), *m_root);
     Give(errCode, static_cast<int>(ErrDone));
+    return STATUS_OK;
+}
+
+// Of the two values that switch something, only one is taken for true here.
+HRESULT CTessera::ExportU3D(BSTR fname, float* pViews, ULONG numViews, VARIANT_BOOL useCompression) {
+    ExportU3DFile(ToString(fname), *m_root, reinterpret_cast<const U3dView*>(pViews), pViews ? numViews : 0,
+                  useCompression == VARIANT_TRUE);
     return STATUS_OK;
 }
 

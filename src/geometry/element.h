@@ -21,6 +21,7 @@ class SectionTables;
 class TextOutput;
 struct PickHit;
 struct PickView;
+struct U3dMesh;
 class SpoolFile;
 
 // An RGB colour, channels from 0 to 1.
@@ -114,6 +115,7 @@ public:
     virtual void WriteVRML(TextOutput&, const CMatrix& /*matrix*/, int /*flip*/) {}
     virtual void WriteVRML2(TextOutput&, const CMatrix& /*matrix*/) {}
     virtual void ScanGraphicData(const CMatrix& /*matrix*/, IGraphicDataCollector&) {}
+    virtual void FillU3DMesh(U3dMesh&) {}
 
     // Whether the section plane cuts away what lies on its negative side.
     bool IsClipping() const { return sectionEnabled != 0 && planeClipOn != 0; }

@@ -121,6 +121,7 @@ public:
     void WriteVRML2(TextOutput& out, const CMatrix& matrix) override;
     void CutByPlane(SectionTables& tables, const CMatrix& matrix) override;
     void ScanGraphicData(const CMatrix& matrix, IGraphicDataCollector& collector) override;
+    void FillU3DMesh(U3dMesh& mesh) override;
 
     // query/trimesh_pick.cpp, trimesh_surface.cpp, trimesh_section.cpp
     bool PickPoint(const PickView& view, const CMatrix& matrix, PickHit& hit) override;

@@ -21,6 +21,7 @@ class TextOutput;
 struct Color;
 struct PickHit;
 struct PickView;
+struct U3dWriter;
 enum class PickKind : int;
 enum class Vrml;
 
@@ -150,6 +151,8 @@ public:
     virtual void ClearWrittenMark() {}
     // exchange/vrml.cpp
     virtual void WriteVRML(TextOutput&, const CMatrix& /*M*/, int /*flip*/, Vrml) {}
+    // exchange/u3d_export.cpp
+    virtual void ExportU3D(U3dWriter&, const CMatrix& /*M*/) {}
     // exchange/section_xml.cpp
     virtual void SaveCrossSection(TextOutput&) {}
     // exchange/graphic_scan.cpp

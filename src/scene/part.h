@@ -25,6 +25,7 @@ class TextureCache;
 class TriNormalTable;
 struct PickHit;
 struct PickView;
+struct U3dWriter;
 enum class PickKind : int;
 
 // The colours that a part has, by the index under which they are pushed to the elements.
@@ -144,6 +145,8 @@ public:
 
     // exchange/tdpm.cpp
     void WriteTDPM(OutputFile& file) const;
+    // exchange/u3d_export.cpp
+    void ExportU3D(U3dWriter& writer, const CMatrix& matrix) const;
     // exchange/section_xml.cpp: the curves of the section in the part's own frame.
     void SaveCrossSection(TextOutput& out);
 

@@ -85,6 +85,7 @@ public:
     void WriteTDPMParts(OutputFile& file) override;
     void ClearWrittenMark() override;
     void WriteVRML(TextOutput& out, const CMatrix& M, int flip, Vrml version) override;
+    void ExportU3D(U3dWriter& writer, const CMatrix& M) override;
     void SaveCrossSection(TextOutput& out) override;
     void ScanGraphicData(const CMatrix& M, const CMatrix& E, IGraphicDataCollector& collector) override;
 

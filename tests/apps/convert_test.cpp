@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "exchange/u3d_decoder.h"
 #include "failure.h"
 #include "program.h"
 #include "tdpm_loader.h"
@@ -60,6 +61,22 @@ TEST_F(ConvertCommand, ComesBackFromTdpmAsItWas) {
         const std::string second = Convert(Convert(model, "a.3dg"), "b.3dg"), third = Convert(second, "c.3dg");
         EXPECT_TRUE(Content(second) == Content(third)) << model;
     }
+    for (const std::string& model : models) {
+        // Every block of both forms is read back, node by node and face by face.
+        const json totals = Info(model).at("totals");
+        std::size_t faces[2] = {0, 0};
+        for (const bool compress : {false, true}) {
+            const std::string name = compress ? "c.u3d" : "u.u3d";
+            const std::string content = Content(compress ? Convert(model, name, {"--compress"}) : Convert(model, name));
+            const tessera::test::U3dContent file = tessera::test::DecodeU3d({content.begin(), content.end()});
+            EXPECT_EQ(file.nodes.size(), totals.at("instances")) << model;
+            EXPECT_EQ(file.views.size(), 1U);
+            for (const auto& mesh : file.meshes) faces[compress ? 1 : 0] += mesh.faces.size();
+        }
+        EXPECT_EQ(faces[0], faces[1]) << model;
+        EXPECT_LE(faces[0], totals.at("trianglesPlaced")) << model;
+        EXPECT_GE(faces[0] + 400, totals.at("trianglesPlaced")) << "but for those without an area: " << model;
+    }
     const std::string two = Convert(first, "two.3dg", {gearbox});
     EXPECT_EQ(Info(two).at("totals").at("instances"), 260);
 }
@@ -68,6 +85,8 @@ TEST_F(ConvertCommand, WritesWhatTheNameSays) {
     const std::string cube = Write("cube.obj", CubeObj("none.mtl"));
     EXPECT_EQ(Content(Convert(cube, "a.wrl")).substr(0, 10), "#VRML V2.0");
     EXPECT_EQ(Content(Convert(cube, "a.WRL", {"--vrml", "1"})).substr(0, 10), "#VRML V1.0");
+    EXPECT_EQ(Content(Convert(cube, "a.u3d", {"--views", "iso,top", "--compress"})).substr(0, 4),
+              std::string("U3D\0", 4));
     const std::string lines = Content(Convert(cube, "a.xml", {"--plane", "0.5,0.5,0.5:1,0,0"}));
     EXPECT_NE(lines.find("<P>0.500,1.000,1.000</P>"), std::string::npos) << lines;
     // A name of any bytes and of any length that the system allows; a link stays.
@@ -83,9 +102,14 @@ TEST_F(ConvertCommand, WritesWhatTheNameSays) {
         int status;
         const char* reason;
     } cases[] = {
-        {{Path("a.png")}, 2, ".3dg, .wrl or .xml"},    {{Path("b.xml")}, 2, "--plane"},
-        {{Path("b.3dg"), "--vrml", "1"}, 2, "--vrml"}, {{Path("b.wrl"), "--plane", "0,0,0:1,0,0"}, 2, "--plane"},
-        {{Path("none/b.3dg")}, 1, "No such file"},     {{Path("."), "--vrml", "3"}, 2, "--vrml"},
+        {{Path("a.png")}, 2, ".u3d or .xml"},
+        {{Path("b.wrl"), "--compress"}, 2, "--compress"},
+        {{Path("b.u3d"), "--views", "under"}, 2, "under"},
+        {{Path("b.xml")}, 2, "--plane"},
+        {{Path("b.3dg"), "--vrml", "1"}, 2, "--vrml"},
+        {{Path("b.wrl"), "--plane", "0,0,0:1,0,0"}, 2, "--plane"},
+        {{Path("none/b.3dg")}, 1, "No such file"},
+        {{Path("."), "--vrml", "3"}, 2, "--vrml"},
     };
     for (const auto& c : cases) {
         std::vector<std::string> command = {"convert", cube, "-o"};

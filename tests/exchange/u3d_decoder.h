@@ -110,7 +110,7 @@ private:
         std::uint32_t total = 0;
         void Raise(std::uint32_t symbol, std::uint32_t by);
         void Learn(std::uint32_t symbol);
-        std::uint32_t Find(std::uint32_t& frequency) const;
+        std::uint32_t Find(std::uint32_t& place) const;
     };
 
     std::size_t Bits() const { return shifts_ - pending_; }

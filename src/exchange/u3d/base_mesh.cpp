@@ -99,8 +99,8 @@ std::uint64_t U3dBaseMeshSize(const U3dMesh& mesh) {
     const std::uint64_t indices = IndexBytes(mesh.positionFaces, mesh.positions.size()) +
                                   IndexBytes(mesh.normalFaces, mesh.normals.size()) +
                                   IndexBytes(mesh.colorFaces, mesh.colors.size());
-    return sizeof(Vec3) * (mesh.positions.size() + mesh.normals.size()) + 16 * mesh.colors.size() +
-           indices + indices / 64 + mesh.FaceCount() / 64;
+    return sizeof(Vec3) * (mesh.positions.size() + mesh.normals.size()) + 16 * mesh.colors.size() + indices +
+           indices / 64 + mesh.FaceCount() / 64;
 }
 
 U3dBytes U3dBaseMeshData(const std::string& name, const U3dMesh& mesh) {

@@ -152,7 +152,8 @@ void U3dBitStream::Learned(U3dFrequencies& frequencies, std::uint32_t value, std
 
 U3dBytes U3dBitStream::Finish() {
     if (packed_) U32(0);  // lets a reader settle the last symbols
-    for (; filled_ > 0; filled_ -= std::min(filled_, 8u), word_ >>= 8) bytes_.push_back(static_cast<std::uint8_t>(word_));
+    for (; filled_ > 0; filled_ -= std::min(filled_, 8u), word_ >>= 8)
+        bytes_.push_back(static_cast<std::uint8_t>(word_));
     U3dBytes result = std::move(bytes_);
     *this = U3dBitStream();
     return result;

@@ -5,12 +5,11 @@
 
 namespace tessera {
 
-// Leaves out faces without area by their indices, and gives positions with very many faces copies of their own, since
-// the work and the size at a position grow with the square of its faces. False, with nothing changed, for what only
-// the form at full resolution can hold.
-bool PrepareProgressiveMesh(U3dMesh& mesh);
-// The data of the blocks, for a mesh that has been prepared. Its arrays are used up.
-std::vector<U3dBytes> U3dProgressiveMeshData(const std::string& name, U3dMesh& mesh,
-                                             const U3dQuantization& quantization);
+// The data of the blocks. Faces without area by their indices are left out, and positions with very many faces get
+// copies, since the work and the size at a position grow with the square of its faces; the mesh is then as its
+// declaration must tell. False, with the mesh's surface as it was, for what is better held at full resolution: nothing
+// at all, extreme numbers, colours without end, and faces that no surface has.
+bool U3dProgressiveMeshData(const std::string& name, U3dMesh& mesh, const U3dQuantization& quantization,
+                            std::vector<U3dBytes>& blocks);
 
 }  // namespace tessera

@@ -17,7 +17,7 @@ constexpr std::size_t kLongestName = 0xffff;
 constexpr std::uint64_t kLargestBlock = 0xfffff000;
 constexpr std::uint32_t kHeaderSize = 24, kBlockHeadSize = 12, kUtf8 = 106;
 constexpr std::uint32_t kPriorityStep = 256;
-constexpr float kNearClip = 1, kFarClip = 1e6f, kViewportSize = 500;
+constexpr float kViewportSize = 500;
 constexpr std::uint32_t kParallel = 2;
 constexpr std::uint32_t kLit = 1, kFaceColorsUsed = 4;
 
@@ -180,13 +180,16 @@ HRESULT U3dFile::CreateViewResource(const std::string& name, const std::string& 
 HRESULT U3dFile::CreateViewNode(const std::string& name, const std::string& parent, const U3dMatrix& matrix,
                                 const std::string& viewResource, const U3dProjection& projection) {
     const float size = projection.perspective ? projection.fieldOfView : projection.height;
-    if (!IsFinite(matrix.data(), matrix.size()) || !std::isfinite(size) || !(size > 0)) return STATUS_FAIL;
+    const float sizes[] = {size, projection.nearClip, projection.farClip};
+    if (!IsFinite(matrix.data(), matrix.size()) || !IsFinite(sizes, 3) || !(size > 0)) return STATUS_FAIL;
+    // Readers drop a whole file for a view that starts at its eye.
+    if (!(projection.nearClip > 0 && projection.nearClip < projection.farClip)) return STATUS_FAIL;
     if (!IsReference(parent) || !IsReference(viewResource) || !Enter(nodeNames_, name)) return STATUS_FAIL;
     U3dBitStream node = NodeHead(name, parent, matrix);
     node.Text(viewResource);
     node.U32(projection.perspective ? 0 : kParallel);
-    node.F32(kNearClip);
-    node.F32(kFarClip);
+    node.F32(projection.nearClip);
+    node.F32(projection.farClip);
     node.F32(size);
     node.F32(kViewportSize);
     node.F32(kViewportSize);
@@ -204,16 +207,14 @@ HRESULT U3dFile::CreateMeshResource(const std::string& name, U3dMesh mesh, std::
     MeshResource resource;
     resource.name = name;
     resource.colored = !mesh.colorFaces.empty();
-    // Shown from the start only if it may be: all of it is at its full resolution. Nothing at all needs no contents.
-    const bool progressive = minimumResolution == 0 && PrepareProgressiveMesh(mesh);
+    if (mesh.positions.empty()) mesh = U3dMesh();  // declared without contents, which would hold its arrays
     const U3dQuantization quantization = U3dQuantizationOf(mesh);
+    const bool progressive =
+        minimumResolution == 0 && U3dProgressiveMeshData(name, mesh, quantization, resource.contents);
     const auto resolution = static_cast<std::uint32_t>(progressive ? 0 : mesh.positions.size());
     resource.type = progressive ? U3dProgressiveMesh : U3dBaseMesh;
     resource.declaration = U3dMeshDeclarationData(name, mesh, resolution, quantization);
-    if (progressive)
-        resource.contents = U3dProgressiveMeshData(name, mesh, quantization);
-    else if (!mesh.positions.empty())
-        resource.contents.push_back(U3dBaseMeshData(name, mesh));
+    if (resolution != 0) resource.contents.push_back(U3dBaseMeshData(name, mesh));
     meshNumbers_.emplace(name, meshes_.size());
     meshes_.push_back(std::move(resource));
     return STATUS_OK;

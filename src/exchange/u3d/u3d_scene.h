@@ -27,10 +27,12 @@ struct U3dMaterial {
     float reflectivity = 0.1f, opacity = 1;
 };
 
-// How a view sees: field of view in degrees, or the height of a parallel view in units of the scene.
+// How a view sees: field of view in degrees, or the height of a parallel view in units of the scene; and between which
+// distances.
 struct U3dProjection {
     bool perspective = true;
     float fieldOfView = 40, height = 40;
+    float nearClip = 1, farClip = 1e6f;
 };
 
 // By rows, for points as row vectors: the translation stands in 12 to 14.
