@@ -98,6 +98,11 @@ void Write(const bench::Job& job) {
         Rows(job, "VRML 2 text", bench::sample(job.reps, [&] { scene->WriteVRML_2(Name(kFile).Get()); }), "");
         Rows(job, "VRML 1 text", bench::sample(job.reps, [&] { scene->WriteVRML(Name(kFile).Get()); }), "");
         job.row("memory beside the model", "MB", {(bench::resident_bytes() - before) / 1e6}, "VRML");
+        for (const bool compress : {false, true}) {
+            const tessera::VARIANT_BOOL on = compress ? tessera::VARIANT_TRUE : tessera::VARIANT_FALSE;
+            Rows(job, compress ? "U3D, compressed" : "U3D",
+                 bench::sample(job.reps, [&] { scene->ExportU3D(Name(kFile).Get(), nullptr, 0, on); }), "");
+        }
         // To a new name, as the plain write: taking the place of another file costs some file systems a flush.
         Rows(job, "WriteTDPM",
              bench::sample(job.reps,
