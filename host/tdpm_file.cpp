@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string_view>
 #include <unordered_map>
@@ -40,8 +41,8 @@ constexpr std::string_view kMark = "3DG";
 constexpr unsigned kVersion = 719;
 constexpr std::size_t kHeadBytes = 10;
 constexpr std::size_t kPointBytes = 12, kCodedPointBytes = 13, kTriangleBytes = 24, kColorBytes = 12;
-// The engine walks trees by recursion.
-constexpr std::size_t kDeepestTree = 10000;
+// The engine walks trees by recursion, and its paths of names grow with the depth.
+constexpr std::size_t kDeepestTree = 1000;
 
 }  // namespace
 
@@ -91,6 +92,10 @@ private:
 };
 
 TdpmFile TdpmFile::Read(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error)) {
+        throw Failure(path, "is not a regular file");
+    }
     std::ifstream file(path, std::ios::binary | std::ios::ate);
     if (!file) throw Failure(path, std::strerror(errno));
     const std::streamoff size = file.tellg();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <sstream>
 
@@ -101,7 +102,7 @@ void ParseNumbers(const std::string& option, std::string_view text, double* valu
         const auto [next, error] = std::from_chars(at, end, values[i]);
         const bool last = i + 1 == count;
         const bool separated = last ? next == end : next != end && *next == ',';
-        if (error != std::errc() || !std::isfinite(values[i]) || !separated) {
+        if (error != std::errc() || !(std::abs(values[i]) <= std::numeric_limits<float>::max()) || !separated) {
             throw CLI::ValidationError(option, "wants " + std::to_string(count) +
                                                    " numbers with commas between, not \"" + std::string(text) + "\"");
         }

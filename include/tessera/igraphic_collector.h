@@ -8,7 +8,8 @@ namespace tessera {
 inline constexpr IID IID_IGraphicDataCollector = {
     0x49EBF4FE, 0xC61E, 0x4572, {0xA7, 0x81, 0x8B, 0x32, 0xA9, 0xFE, 0xF4, 0xFB}};
 
-// Handed to ITessera::ScanGraphicData and called once for each run of points, on the calling thread.
+// Handed to ITessera::ScanGraphicData and called once for each run of points, on the calling thread. It must not change
+// the scene meanwhile.
 class IGraphicDataCollector : public IUnknown {
 public:
     // Receives one triangle strip of a mesh, or one stretch of a polyline that has one stipple code.

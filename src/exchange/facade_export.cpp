@@ -1,4 +1,6 @@
 // The interface's methods: what leaves the engine.
+#include <memory>
+
 #include "component/tessera.h"
 #include "exchange/export.h"
 #include "exchange/vrml.h"
@@ -45,6 +47,8 @@ HRESULT CTessera::ScanGraphicData(int nodeID, int, IUnknown* graphicDataPtr, int
         Give(errCode, static_cast<int>(ErrState));
         return STATUS_OK;
     }
+    // Whatever the collector throws.
+    const std::unique_ptr<IUnknown, void (*)(IUnknown*)> taken(graphicDataPtr, [](IUnknown* o) { o->Release(); });
     auto* const collector = static_cast<IGraphicDataCollector*>(found);
     if (nodeID == m_root->id) {
         m_root->ScanGraphicData(CMatrix(), CMatrix(), *collector);
@@ -52,7 +56,6 @@ HRESULT CTessera::ScanGraphicData(int nodeID, int, IUnknown* graphicDataPtr, int
     } else {
         NodeOf(nodeID, errCode);
     }
-    graphicDataPtr->Release();
     return STATUS_OK;
 }
 

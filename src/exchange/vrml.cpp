@@ -39,7 +39,17 @@ void PutViewpoint(TextOutput& out, const BBox& box) {
     out.Text("\r\n\t\t}\r\n\t]\r\n}\r\n");
 }
 
-// Of the user name the first character goes out, which is what readers of these files have always been given.
+// Text of 16 bits a character as one of 8 bits would be read, up to its first zero byte: one character of plain text,
+// which is what readers of these files have always been given.
+void PutAsNarrow(TextOutput& out, const String& text) {
+    for (const OLECHAR unit : text)
+        for (const int byte : {unit & 0xff, (unit >> 8) & 0xff}) {
+            if (byte == 0) return;
+            const char narrow = static_cast<char>(byte);
+            out.Text({&narrow, 1});
+        }
+}
+
 void PutHead(TextOutput& out, const CNode& root, const BBox& box) {
     out.Text(
         "#VRML V2.0 utf8\r\n"
@@ -47,7 +57,7 @@ void PutHead(TextOutput& out, const CNode& root, const BBox& box) {
         "\tinfo \"Panoptel export VRML 2.0,\r\n"
         "\t\tBrelta, Inc.\r\n"
         "\t\tAuthor: ");
-    out.Text(ToCodePage(root.userName.substr(0, 1)));
+    PutAsNarrow(out, root.userName);
     out.Text("\r\n\t\tDate: ");
     PutDate(out);
     out.Text("\"\r\n\ttitle \"").Text(ToCodePage(root.title)).Text("\"\r\n\t}\r\n");

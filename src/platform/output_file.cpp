@@ -31,6 +31,9 @@ std::FILE* OpenFile(const fs::path& path, const char* mode) {
 
 namespace {
 
+// Longer chains of links are taken for rings.
+constexpr int kMostLinks = 40;
+
 // Whether the system lets this process write to a file, without touching it.
 bool MayWrite(const fs::path& path) {
     std::FILE* const file = OpenFile(path, "r+b");
@@ -46,11 +49,11 @@ OutputFile::OutputFile(const String& path, Kind kind) : target_(PathOf(path)) {
         if (!fs::is_directory(status)) file_ = OpenFile(target_, kind == Kind::Text ? "w" : "wb");
         return;
     }
-    if (fs::exists(status)) {
-        if (!MayWrite(target_)) return;
-        // A link stays, and what it points at is replaced.
-        const fs::path real = fs::canonical(target_, error);
-        if (!error) target_ = real;
+    if (fs::exists(status) && !MayWrite(target_)) return;
+    // A link stays: what it points at is written, be it there or not yet.
+    for (int links = 0; fs::is_symlink(fs::symlink_status(target_, error)); ++links) {
+        if (links == kMostLinks) return;
+        target_ = target_.parent_path() / fs::read_symlink(target_, error);
     }
     OpenBeside(kind);
     if (file_ && fs::exists(status)) fs::permissions(beside_, status.permissions(), error);

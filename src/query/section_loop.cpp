@@ -24,11 +24,12 @@ int SectionTables::BucketOf(const Vec3& p) const {
     return std::abs(static_cast<int>(sum) % divisor_);
 }
 
-std::size_t SectionTables::SlotOf(double x, double y, double z) const {
+std::size_t SectionTables::SlotOf(double x, double y, double z, int bucket) const {
     // A sum with 0.0 makes the two zeros one.
     std::uint64_t hash = std::bit_cast<std::uint64_t>(x + 0.0) * 0x9e3779b97f4a7c15u;
     hash = (hash ^ (hash >> 32) ^ std::bit_cast<std::uint64_t>(y + 0.0)) * 0xc2b2ae3d27d4eb4fu;
     hash = (hash ^ (hash >> 32) ^ std::bit_cast<std::uint64_t>(z + 0.0)) * 0x165667b19e3779f9u;
+    hash = (hash ^ (hash >> 32) ^ static_cast<std::uint64_t>(bucket)) * 0x9e3779b97f4a7c15u;
     return (hash >> 32) & (starts_.heads.size() - 1);
 }
 
@@ -48,8 +49,8 @@ void SectionTables::Index() {
 void SectionTables::Enter(Table& table, bool byStart) {
     const auto enter = [&](std::size_t i) {
         const Vec3& p = PointOf(cuts_[i], byStart);
-        std::uint32_t& head =
-            table.heads[SlotOf(std::floor(p.x * perUnit_), std::floor(p.y * perUnit_), std::floor(p.z * perUnit_))];
+        std::uint32_t& head = table.heads[SlotOf(std::floor(p.x * perUnit_), std::floor(p.y * perUnit_),
+                                                 std::floor(p.z * perUnit_), BucketOf(p))];
         table.next[i] = head;
         head = static_cast<std::uint32_t>(i);
     };
@@ -88,7 +89,7 @@ std::int64_t SectionTables::Find(Table& table, bool byStart, const Vec3& tip) {
     };
     for (int x = 0; x < cells[0]; ++x)
         for (int y = 0; y < cells[1]; ++y)
-            for (int z = 0; z < cells[2]; ++z) search(SlotOf(low[0] + x, low[1] + y, low[2] + z));
+            for (int z = 0; z < cells[2]; ++z) search(SlotOf(low[0] + x, low[1] + y, low[2] + z, bucket));
     return found;
 }
 

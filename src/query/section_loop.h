@@ -50,7 +50,8 @@ private:
         std::vector<std::uint32_t> next;   // per record
     };
     static const Vec3& PointOf(const Record& r, bool byStart) { return byStart ? r.cut.start : r.cut.end; }
-    std::size_t SlotOf(double x, double y, double z) const;
+    // Of a small cell, for the points in one bucket.
+    std::size_t SlotOf(double x, double y, double z, int bucket) const;
     void Enter(Table& table, bool byStart);
     std::int64_t Find(Table& table, bool byStart, const Vec3& tip);
 

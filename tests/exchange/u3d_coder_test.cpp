@@ -1,6 +1,5 @@
 // The coder and the blocks of U3D, down to the byte.
 #include <cmath>
-#include <initializer_list>
 
 #include "exchange/u3d/bit_stream.h"
 #include "exchange/u3d/u3d_scene.h"
@@ -38,7 +37,7 @@ TEST(U3dCoder, WritesContextsThatLearnOrAreFixedOrPlain) {
     PutAll(block, 1, {0, 0, 0, 1, 0, 2, 1});
     EXPECT_EQ(Hex(block.Finish()), "00000000bbbb0100e0ef1f00403433000000");
     PutAll(block, 0x403, {0, 1, 2});
-    for (const std::uint32_t context : {0x407, 0x401}) block.Packed32(context, context == 0x407 ? 6 : 0);
+    block.Packed32(0x407, 6), block.Packed32(0x401, 0);
     block.Packed32(0x43fe, 16381);
     EXPECT_EQ(Hex(block.Finish()), "1c475f00000000");
     PutAll(block, 0x43ff, {0, 1, 70000});

@@ -437,7 +437,7 @@ void DivideCrowdedPositions(U3dMesh& mesh) {
         Use& use = uses[position];
         if (use.faces == kMostFaces) {
             use = {0, static_cast<std::uint32_t>(mesh.positions.size())};
-            mesh.positions.push_back(Vec3(mesh.positions[position]));
+            mesh.positions.push_back(mesh.positions[position]);
         }
         ++use.faces;
         position = use.as;
