@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 #include "exchange/u3d_decoder.h"
 #include "failure.h"
@@ -119,6 +120,45 @@ TEST_F(ConvertCommand, WritesWhatTheNameSays) {
         EXPECT_NE(outcome.err.find(c.reason), std::string::npos) << outcome.err;
     }
     EXPECT_EQ(FilesLeft(), before);
+}
+
+// Files as programs that nobody here wrote see them.
+TEST_F(ConvertCommand, IsReadByOutsiders) {
+    // A cube with sides of a hundred, of which six decimals in thousandths keep all.
+    std::string text = CubeObj("none.mtl"), scaled;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line); scaled += line + "\n") {
+        if (line.rfind("v ", 0) != 0) continue;
+        for (char& c : line)
+            if (c == '1') c = '9';
+    }
+    std::vector<std::string> models = {Write("cube.obj", scaled)};
+    const std::string real = std::string(MODELS_FOLDER) + "/prusa_extruder_body.stl";
+    if (std::filesystem::exists(real)) models.push_back(real);
+    for (const std::string& model : models) {
+        const json info = Info(model).at("totals");
+        const json measured = json::parse(Tessera({"measure", model, "--precision", "0.01", "--json"}).out);
+        static_cast<void>(info), static_cast<void>(measured);
+#ifdef VRML_READER
+        for (const char* version : {"1", "2"}) {
+            const Outcome read = Run({VRML_READER, Convert(model, "a.wrl", {"--vrml", version})});
+            ASSERT_EQ(read.status, 0) << read.err;
+            const json seen = json::parse(read.out);
+            EXPECT_EQ(seen.at("triangles"), info.at("trianglesPlaced")) << model << version;
+            EXPECT_EQ(seen.at("backward"), 0);
+            const double area = measured.at("surfaceArea").get<double>() * 1e-6;
+            EXPECT_NEAR(seen.at("area").get<double>(), area, 1e-3 * area);
+            for (std::size_t i = 0; i < 3; ++i) {
+                EXPECT_NEAR(seen.at("box")[0][i].get<double>(), info.at("min")[i].get<double>() * 1e-3, 1e-6);
+                EXPECT_NEAR(seen.at("box")[1][i].get<double>(), info.at("max")[i].get<double>() * 1e-3, 1e-6);
+            }
+        }
+#endif
+#ifdef XML_READER
+        const Outcome read = Run({XML_READER, "--noout", Convert(model, "a.xml", {"--plane", "1,1,1:1,2,3"})});
+        EXPECT_EQ(read.status, 0) << read.err;
+#endif
+    }
 }
 
 // Every file that differs in one byte, or ends early, is read or refused, and then the scene is as it was.
