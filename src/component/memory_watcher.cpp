@@ -64,20 +64,22 @@ private:
     // Gives the bytes written. A file with nothing in it goes at once, and so does one that is no longer needed
     // because the tree has been emptied meanwhile.
     std::uint64_t Pass() {
-        const std::shared_ptr<SpoolFile> file = SpoolFile::Create();
+        const std::shared_ptr<SpoolFile> former = files_->ToGoOn();
+        const std::shared_ptr<SpoolFile> file = former ? former : SpoolFile::Create();
         if (!file) throw std::system_error(std::make_error_code(std::errc::io_error));
         {
             const std::lock_guard<std::mutex> hold(lock_);
             if (stopping_) return 0;
             file_ = file;
         }
+        const std::int64_t before = file->Offset();
         root_->SpoolToFile(file);
         {
             const std::lock_guard<std::mutex> hold(lock_);
             file_.reset();
         }
-        const std::uint64_t written = file->Offset();
-        if (written >= 2 && root_->HasChildren()) files_->Add(file);
+        const auto written = static_cast<std::uint64_t>(file->Offset() - before);
+        if (!former && written >= 2 && root_->HasChildren()) files_->Add(file);
         ReturnFreedMemory();
         return written;
     }

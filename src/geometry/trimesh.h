@@ -227,6 +227,7 @@ private:
     std::vector<SectionCut> CutTriangles(const Plane& plane) const;
 
     // geometry/trimesh_spool.cpp
+    class WriteMark;
     void LockShared();
     // The indices of triangles from the first on, three normals and three vertices each, as files have them: as
     // many at once as a write can profit from, few enough to stay in the cache.
@@ -234,6 +235,7 @@ private:
     void PackCorners(std::size_t first, std::vector<std::uint32_t>& corners) const;
     void UnlockShared();
     void ReadRecord();
+    void ReleaseSpooled();
 
     // render/trimesh_strips.cpp
     void BuildStrips(const std::vector<Vec3>& facets, const std::vector<std::uint8_t>& stripEdges);

@@ -18,7 +18,12 @@ void CTriMesh::LockShared() {
         ++readers_;
     }
     for (int writers = writers_; writers > 0; writers = writers_) writers_.wait(writers);
-    Reload();
+    try {
+        Reload();
+    } catch (...) {
+        UnlockShared();
+        throw;
+    }
 }
 
 void CTriMesh::UnlockShared() { --readers_; }
@@ -34,6 +39,21 @@ void CTriMesh::PackCorners(std::size_t first, std::vector<std::uint32_t>& corner
     }
 }
 
+// Ends the exclusive side however its work ends: without memory too.
+class CTriMesh::WriteMark {
+public:
+    explicit WriteMark(std::atomic<int>& writers) : writers_(writers) {}
+    ~WriteMark() {
+        --writers_;
+        writers_.notify_all();
+    }
+    WriteMark(const WriteMark&) = delete;
+    WriteMark& operator=(const WriteMark&) = delete;
+
+private:
+    std::atomic<int>& writers_;
+};
+
 void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
     {
         // A mesh that is busy, or has nothing to write, is left for another pass.
@@ -41,6 +61,7 @@ void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
         if (building_ || writers_ >= 1 || readers_ >= 1 || triangles_.empty()) return;
         ++writers_;
     }
+    const WriteMark mark(writers_);
     bool saved = spooled_ && !spoolStale_;
     if (!saved) {
         const std::int64_t offset = file->Offset();
@@ -69,23 +90,25 @@ void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
     }
     if (saved) {  // a mesh that could not be written stays in memory
         spooledVertices_ = static_cast<std::uint32_t>(vertices_.size());
-        std::vector<std::uint32_t>().swap(incidentStart_);
-        std::vector<TriangleIndex>().swap(incident_);
-        std::vector<TriMeshTriangle>().swap(triangles_);
-        std::vector<Vec3>().swap(vertices_);
-        std::vector<float>().swap(stripVertices_);
-        std::vector<int>().swap(stripLengths_);
+        ReleaseSpooled();
         spooled_ = true;
     }
-    --writers_;
-    writers_.notify_all();
+}
+
+void CTriMesh::ReleaseSpooled() {
+    std::vector<std::uint32_t>().swap(incidentStart_);
+    std::vector<TriangleIndex>().swap(incident_);
+    std::vector<TriMeshTriangle>().swap(triangles_);
+    std::vector<Vec3>().swap(vertices_);
+    std::vector<float>().swap(stripVertices_);
+    std::vector<int>().swap(stripLengths_);
 }
 
 void CTriMesh::Reload() {
     if (!spooled_ || writers_ > 0 || !triangles_.empty()) return;
     ++writers_;
+    const WriteMark mark(writers_);
     ReadRecord();
-    --writers_;
 }
 
 // The edges come back unclassified: they draw as hard ones until the next classification.
@@ -123,8 +146,13 @@ void CTriMesh::ReadRecord() {
     stripLengths_ = std::move(lengths);
     vertices_ = std::move(vertices);
     triangles_ = std::move(triangles);
-    CountIncident();
-    LinkAll();
+    try {
+        CountIncident();
+        LinkAll();
+    } catch (...) {  // still on disk, then
+        ReleaseSpooled();
+        throw;
+    }
 }
 
 }  // namespace tessera

@@ -29,6 +29,7 @@ public:
     bool Flush(std::int64_t good);
     // Lets all writes from now on fail. From any thread.
     void Close() { closed_ = true; }
+    bool IsClosed() const { return closed_; }
     // Reads at an offset, without disturbing a writer; false if the bytes are not all there.
     bool Read(std::int64_t offset, void* data, std::size_t bytes) const;
 
@@ -46,6 +47,12 @@ public:
     void Add(const std::shared_ptr<SpoolFile>& file) {
         const std::lock_guard<std::mutex> hold(lock_);
         files_.push_back(file);
+    }
+    // The file to go on with where there are enough of them: each keeps a descriptor open. Else null.
+    std::shared_ptr<SpoolFile> ToGoOn() {
+        constexpr std::size_t kMostFiles = 16;
+        const std::lock_guard<std::mutex> hold(lock_);
+        return files_.size() < kMostFiles || files_.back()->IsClosed() ? nullptr : files_.back();
     }
     void Clear() {
         const std::lock_guard<std::mutex> hold(lock_);

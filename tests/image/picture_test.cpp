@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <numbers>
 
 #include "offscreen_context.h"
 #include "scene.h"
@@ -166,6 +167,61 @@ TEST_F(Picture, SectionPlaneCutsOffItsNegativeSide) {
             return false;
         });
         EXPECT_TRUE(beyond == 0 && inside == 61 * 126 && cut > 120) << "mode " << mode;
+    }
+}
+
+// Looked at from above, the cut covers as many pixels as the section has area, in the first mesh's colour.
+TEST_F(Picture, CapsCoverTheSectionAndNoMore) {
+    constexpr int kSides = 64;
+    constexpr double kTurn = 2 * std::numbers::pi / kSides;
+    Soup tube;
+    const auto ring = [&](int i, float radius, float z) {
+        const double a = i * kTurn;
+        return Point{radius * float(std::cos(a)), radius * float(std::sin(a)), z};
+    };
+    for (int i = 0; i < kSides; ++i) {
+        AddQuad(tube, ring(i, 1.2F, -1), ring(i + 1, 1.2F, -1), ring(i + 1, 1.2F, 1), ring(i, 1.2F, 1));
+        AddQuad(tube, ring(i + 1, 0.6F, -1), ring(i, 0.6F, -1), ring(i, 0.6F, 1), ring(i + 1, 0.6F, 1));
+        AddQuad(tube, ring(i, 0.6F, 1), ring(i, 1.2F, 1), ring(i + 1, 1.2F, 1), ring(i + 1, 0.6F, 1));
+        AddQuad(tube, ring(i + 1, 0.6F, -1), ring(i + 1, 1.2F, -1), ring(i, 1.2F, -1), ring(i, 0.6F, -1));
+    }
+    const double tubeArea = 0.5 * kSides * std::sin(kTurn) * (1.2 * 1.2 - 0.6 * 0.6);
+    const struct {
+        std::vector<Soup> meshes;
+        double area;
+    } cases[] = {{{Cube().soup}, 4}, {{tube}, tubeArea}, {{Cube().soup, Cube(1).soup}, 3}};
+    for (const auto& c : cases) {
+        const Placed part = scene.AddEmptyPart();
+        scene.SetTransparency(part.instance, 1);
+        for (std::size_t i = 0; i < c.meshes.size(); ++i) {
+            scene->BeginTriMesh(part.part, &error);
+            scene->SetTriMeshExternalColor(part.part, i == 0 ? 0.8F : 0.2F, 0.6F, 0.4F, &error);
+            Soup corners = c.meshes[i];
+            for (std::size_t t = 0; t < corners.size(); t += 9) scene->AddTriangle3P(part.part, &corners[t], &error);
+            scene->EndTriMesh(part.part, &error);
+        }
+        scene->EnableCrossSection(part.instance, 1, &error);
+        scene->SwitchCrossSectionPlane(part.instance, 1, &error);
+        scene->EnableCrossSectionCapping(part.instance, 1, &error);
+        scene.SetSectionPlane(part.instance, {0, 0, 0.3F}, {0, 0, -1});
+        scene.SetCamera({0, 0, 50}, {0, 0, 0});
+        // Unlit: the cap takes its light from whatever normal was sent last. The line around it lies half inside.
+        glDisable(GL_LIGHTING);
+        const auto covered = [&] {
+            glColor3f(0.1F, 0.1F, 0.1F);
+            int cap = 0, line = 0;
+            Count(Draw(), [&](int, int, Pixel p) {
+                cap += p.Is(0.8F, 0.6F, 0.4F);
+                line += p.Is(1, 0, 0);
+                return false;
+            });
+            return cap == 0 ? 0 : cap + line / 2;
+        };
+        EXPECT_NEAR(covered(), c.area * kUnit * kUnit, 0.01 * c.area * kUnit * kUnit);
+        scene->EnableCrossSectionCapping(part.instance, 0, &error);
+        EXPECT_EQ(covered(), 0) << "not capped";
+        glEnable(GL_LIGHTING);
+        scene->Remove(part.instance, &error);
     }
 }
 
