@@ -1,5 +1,6 @@
 #include <cmath>
 #include <cstdio>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "commands.h"
@@ -18,6 +19,32 @@ struct Measures {
     host::Box box;
     std::optional<double> section;
 };
+
+// The engine takes surfaces of a column for one where they lie within a fixed distance of each other, which swallows
+// parts in metres. Small parts grow by a power of two, and their instances shrink by the same: what stands in the world
+// is as before, to the bit.
+void EnlargeSmallParts(ITessera& scene) {
+    constexpr double kLargeEnough = 25;
+    std::map<int, double> factors;
+    for (const int instance : host::InstancesOf(scene, 0)) {
+        int part = 0;
+        int err = 0;
+        if (scene.GetPartID(instance, &part, &err) < 0 || part == 0) continue;
+        const auto [entry, isNew] = factors.emplace(part, 1);
+        host::Box box;
+        if (isNew && host::BoxOf(scene, instance, box)) {
+            const double size = std::hypot(box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]) /
+                                host::ScaleOf(scene, instance);
+            if (size > 0 && size < kLargeEnough) entry->second = std::exp2(std::ceil(std::log2(kLargeEnough / size)));
+            const auto factor = static_cast<float>(entry->second);
+            if (factor > 1) scene.Scale(instance, factor, factor, factor, &err);
+        }
+        double m[16];
+        scene.GetTransform(instance, m, &err);
+        for (int i = 0; i < 12; ++i) m[i] /= entry->second;
+        scene.SetTransform(instance, m, &err);
+    }
+}
 
 // Part by part, as each stands in the world: the engine measures parts in their own units.
 Measures Measure(ModelView& view, int node, bool withSection) {
@@ -95,6 +122,7 @@ void MeasureModel(const MeasureOptions& options) {
     view.Load();
     const int node = options.path.empty() ? 0 : host::NodeAt(view.Scene(), options.path);
     if (node < 0) throw host::Failure("no node at " + options.path);
+    EnlargeSmallParts(view.Scene());
     int err = 0;
     if (options.precision) view.Scene().SetVolumePrecision(0, *options.precision, &err);
     const Measures m = Measure(view, node, options.picture.section.has_value());

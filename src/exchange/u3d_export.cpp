@@ -1,4 +1,5 @@
 // The scene as U3D: a mesh, a material, a shader and a node for each instance that is shown, and the host's views.
+#include <atomic>
 #include <cmath>
 #include <cstring>
 
@@ -15,7 +16,7 @@ namespace tessera {
 namespace {
 
 // Numbers meshes and nodes of all exports of the process, so that no two files share a name.
-int g_u3dMeshCounter = 0, g_u3dNodeCounter = 0;
+std::atomic<int> g_u3dMeshCounter = 0, g_u3dNodeCounter = 0;
 
 // Opacity above this is full.
 constexpr float kFullAlpha = 0.9f;

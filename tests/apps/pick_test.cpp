@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
+#include <sstream>
 
 #include "model_loader.h"
 #include "png_file.h"
@@ -140,6 +141,17 @@ TEST_F(PickCommand, MeasuresInTheModelsUnits) {
     const Outcome nowhere = Tessera({"measure", Plate(), "--node", "//nowhere"});
     EXPECT_EQ(nowhere.status, 1);
     EXPECT_NE(nowhere.err.find("//nowhere"), std::string::npos);
+    // A cube of a millimetre, in metres.
+    std::istringstream lines(CubeObj("none.mtl"));
+    std::string small;
+    for (std::string line; std::getline(lines, line); small += line + "\n")
+        for (std::size_t at = line[1] == ' ' && line[0] == 'v' ? line.find('1') : std::string::npos;
+             at != std::string::npos; at = line.find('1', at + 5))
+            line.replace(at, 1, "0.001");
+    const json tiny = json::parse(Tessera({"measure", Write("tiny.obj", small), "--precision", "0.2", "--json"}).out);
+    EXPECT_NEAR(tiny.at("volume").get<double>(), 1e-9, 1e-11);
+    EXPECT_NEAR(tiny.at("surfaceArea").get<double>(), 6e-6, 1e-9);
+    EXPECT_NEAR(tiny.at("centerOfMass")[2].get<double>(), 0.0005, 1e-6);
 }
 
 // Each of these changes the picture.
