@@ -1,4 +1,5 @@
 // The scene as U3D: a mesh, a material, a shader and a node for each instance that is shown, and the host's views.
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstring>
@@ -26,7 +27,7 @@ constexpr std::uint32_t kVisibility = 3;
 constexpr std::size_t kLongestName = 65000;
 
 std::string NameOf(const String& text) {
-    std::string name = ToUtf8(text);
+    std::string name = ToUtf8(text.substr(0, text.find(OLECHAR(0))));
     if (name.size() <= kLongestName) return name;
     std::size_t end = kLongestName;
     while ((name[end] & 0xc0) == 0x80) --end;  // not within a character
@@ -70,9 +71,18 @@ U3dMatrix NarrowMatrix(const CMatrix& matrix) {
     return narrow;
 }
 
-// Each view has a resource of its own.
+// Readers break on matrices of anything else.
+bool IsFinite(const U3dMatrix& matrix) {
+    return std::all_of(matrix.begin(), matrix.end(), [](float value) { return std::isfinite(value); });
+}
+
+float FiniteOr0(float value) { return std::isfinite(value) ? value : 0; }
+
+// Each view has a resource of its own. One that looks from its target, or with no up, has no place.
 void AddView(IU3dScene& scene, const U3dView& view) {
     const std::string name = view.name ? NameOf(view.name) : std::string(), resource = "VR_" + name;
+    const U3dMatrix matrix = ViewMatrix(view);
+    if (!IsFinite(matrix)) return;
     const HRESULT status = scene.CreateViewResource(resource, "");
     if (status < 0) throw IFXException(status, "The view resource cannot be made.");
     U3dProjection projection;
@@ -81,11 +91,11 @@ void AddView(IU3dScene& scene, const U3dView& view) {
     const float sight = static_cast<float>(std::hypot(static_cast<double>(view.target[0]) - view.eye[0],
                                                       static_cast<double>(view.target[1]) - view.eye[1],
                                                       static_cast<double>(view.target[2]) - view.eye[2]));
-    if (sight > 0) {
+    if (sight > 0 && sight < 1e30f) {
         projection.nearClip = std::fmin(projection.nearClip, 0.001f * sight);
         projection.farClip = std::fmax(projection.farClip, 1000 * sight);
     }
-    scene.CreateViewNode(name, "", ViewMatrix(view), resource, projection);
+    scene.CreateViewNode(name, "", matrix, resource, projection);
 }
 
 }  // namespace
@@ -93,7 +103,7 @@ void AddView(IU3dScene& scene, const U3dView& view) {
 void ExportU3DFile(const String& path, CNode& root, const U3dView* views, std::uint32_t viewCount, bool compressed) {
     const std::unique_ptr<IU3dScene> scene = CreateU3dFile();
     for (std::uint32_t i = 0; i < viewCount; ++i) AddView(*scene, views[i]);
-    U3dWriter writer{*scene, compressed};
+    U3dWriter writer{*scene, compressed, viewCount};
     root.ExportU3D(writer, CMatrix());
     scene->Write(path);
 }
@@ -111,25 +121,30 @@ void CPartInstance::ExportU3D(U3dWriter& writer, const CMatrix& M) {
 // Every instance gets a mesh of its own. All faces take the colour of the part's first element, of whatever kind,
 // though each element's colour is there.
 void CPart::ExportU3D(U3dWriter& writer, const CMatrix& matrix) const {
+    const U3dMatrix placement = NarrowMatrix(matrix);
+    if (!IsFinite(placement)) return;
     U3dMesh mesh;
     U3dMaterial material;
-    material.opacity = alpha > kFullAlpha ? 1.0f : alpha;
+    material.opacity = alpha > kFullAlpha ? 1.0f : FiniteOr0(alpha);
     for (const auto& element : elements_) {
         const Color& color = element->externalColor;
-        mesh.colors.push_back({color.red, color.green, color.blue, material.opacity});
+        mesh.colors.push_back({FiniteOr0(color.red), FiniteOr0(color.green), FiniteOr0(color.blue), material.opacity});
         element->FillU3DMesh(mesh);
     }
     if (mesh.FaceCount() == 0) return;
     mesh.colorFaces.assign(mesh.positionFaces.size(), 0);
     const std::string meshName = NameOf(name) + "_" + std::to_string(g_u3dMeshCounter++);
     const std::string materialName = meshName + "_material", shaderName = meshName + "_shader";
-    const std::string nodeName = meshName + "_" + std::to_string(g_u3dNodeCounter++);
     const auto full = static_cast<std::uint32_t>(mesh.positions.size());
     if (writer.scene.CreateMeshResource(meshName, std::move(mesh), writer.compressed ? 0 : full) < 0) return;
     writer.scene.CreateMaterial(materialName, material);
     writer.scene.CreateShader(shaderName, materialName);
     writer.scene.AttachShader(meshName, shaderName);
-    writer.scene.CreateModelNode(nodeName, "", NarrowMatrix(matrix), meshName, kVisibility);
+    // A view may have the name that is next.
+    HRESULT status = STATUS_FAIL;
+    for (std::uint32_t tries = 0; status < 0 && tries <= writer.viewCount; ++tries)
+        status = writer.scene.CreateModelNode(meshName + "_" + std::to_string(g_u3dNodeCounter++), "", placement,
+                                              meshName, kVisibility);
 }
 
 void CTriMesh::FillU3DMesh(U3dMesh& mesh) {

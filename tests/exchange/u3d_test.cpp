@@ -133,6 +133,16 @@ TEST_F(U3d, HoldsInstancesMaterialsAndViews) {
     EXPECT_EQ(file.views[1].resource, "VR_side");
     EXPECT_EQ(file.viewResources[1].root, "");
 
+    // What no reader could place or paint is left out or painted black.
+    scene->SetExternalColor(part.instance, std::nanf(""), 0.5F, 0.5F, &error);
+    double far[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1e39, 0, 0, 1};
+    scene->SetTransform(again, far, &error);
+    const U3dView blind = {{1, 1, 1}, {1, 1, 1}, {0, 1, 0}, -1, u"blind"};
+    const U3dContent odd = Export(false, {blind});
+    EXPECT_TRUE(odd.views.empty());
+    EXPECT_EQ(odd.nodes.size(), 2U);
+    EXPECT_EQ(odd.meshes.size(), 2U);
+
     const std::string before = Content("x.u3d");
     U3dView twice[] = {views[0], views[0]};
     EXPECT_THROW(scene->ExportU3D(Name("x.u3d"), reinterpret_cast<float*>(twice), 2, 0), IFXException);
