@@ -23,8 +23,14 @@ Replacement::Replacement(const std::string& path) : path_(path), target_(path) {
     if (::stat(path.c_str(), &status) == 0) {
         if (!S_ISREG(status.st_mode)) throw Failure(path, "not a file to write");
         if (::access(path.c_str(), W_OK) != 0) throw Failure(path, CannotBeWritten());
-        // A link stays, and what it points at is replaced.
-        target_ = std::filesystem::canonical(path).string();
+    }
+    // A link stays, and what it points at is replaced, or comes to be.
+    std::error_code error;
+    for (int links = 0; std::filesystem::is_symlink(std::filesystem::symlink_status(target_, error)); ++links) {
+        constexpr int kMostLinks = 40;
+        if (links == kMostLinks) throw Failure(path, "a link that leads nowhere");
+        const std::filesystem::path link(target_);
+        target_ = (link.parent_path() / std::filesystem::read_symlink(link, error)).string();
     }
     const std::size_t slash = target_.rfind('/');
     temporary_ = (slash == std::string::npos ? "" : target_.substr(0, slash + 1)) + ".tessera-XXXXXX";

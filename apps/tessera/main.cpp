@@ -1,3 +1,4 @@
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -31,6 +32,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    std::signal(SIGXFSZ, SIG_IGN);  // a file that grows too large is an error like others
     try {
         return Run(argc, argv);
     } catch (const std::bad_alloc&) {

@@ -97,6 +97,9 @@ TEST_F(ConvertCommand, WritesWhatTheNameSays) {
     Convert(cube, "link.3dg");
     EXPECT_EQ(Content(Path("a.xml")).substr(0, 3), "3DG");
     EXPECT_TRUE(std::filesystem::is_symlink(Path("link.3dg")));
+    std::filesystem::create_symlink("coming.3dg", Path("early.3dg"));
+    Convert(cube, "early.3dg");
+    EXPECT_EQ(Content(Path("coming.3dg")).substr(0, 3), "3DG");
     const std::vector<std::string> before = FilesLeft();
     const struct {
         std::vector<std::string> arguments;
