@@ -28,13 +28,14 @@ protected:
     static void ExpectSameFaces(const Soup& soup, const Mesh& mesh, float tolerance, bool oriented = true) {
         ASSERT_EQ(mesh.faces.size(), soup.size() / 9);
         std::vector<std::array<float, 3>> known;
-        std::map<std::array<int, 3>, std::vector<std::size_t>> cells;
+        using Cell = std::array<std::int64_t, 3>;
+        std::map<Cell, std::vector<std::size_t>> cells;
         const float step = std::max(4 * tolerance, 1e-5F);
         const auto find = [&](const float* p, bool add) -> std::size_t {
-            std::array<int, 3> cell{};
-            for (std::size_t k = 0; k < 3; ++k) cell[k] = static_cast<int>(std::floor(p[k] / step));
+            Cell cell{};
+            for (std::size_t k = 0; k < 3; ++k) cell[k] = static_cast<std::int64_t>(std::floor(p[k] / step));
             for (int i = 0; i < 27; ++i) {
-                const auto near = cells.find({cell[0] + i % 3 - 1, cell[1] + i / 3 % 3 - 1, cell[2] + i / 9 - 1});
+                const auto near = cells.find(Cell{cell[0] + i % 3 - 1, cell[1] + i / 3 % 3 - 1, cell[2] + i / 9 - 1});
                 if (near == cells.end()) continue;
                 for (const std::size_t j : near->second) {
                     float d = 0;
