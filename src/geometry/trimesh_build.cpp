@@ -193,7 +193,7 @@ TriangleIndex CTriMesh::Flood(TriangleIndex first) {
         if (u == kNoTriangle || (triangles_[u].flags & TriMeshTriangle::kVisited)) continue;
         OrientNeighbours(u, pending);
         if (++reached == kMostReached) return pending;
-        path.push_back({u, 0});
+        path.emplace_back(u, 0);
     }
     return kNoTriangle;
 }
