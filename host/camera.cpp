@@ -12,8 +12,6 @@ namespace {
 constexpr double kFieldOfViewDegrees = 25;  // vertical
 constexpr double kFilled = 0.92;            // of the picture's width or height
 
-double TangentOfHalfView() { return std::tan(kFieldOfViewDegrees / 2 * 3.14159265358979323846 / 180); }
-
 Vec3 Minus(const Vec3& a, const Vec3& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
 double Dot(const Vec3& a, const Vec3& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 Vec3 Cross(const Vec3& a, const Vec3& b) {
@@ -65,11 +63,17 @@ Camera Camera::Named(View view, UpAxis up, const Lens& lens) {
         backward = {backward[0], backward[2], -backward[1]};
         upward = {upward[0], upward[2], -upward[1]};
     }
+    return Directed(backward, upward, lens);
+}
+
+Camera Camera::Directed(const Vec3& backward, const Vec3& up, const Lens& lens) {
     Camera camera;
     camera.lens_ = lens;
-    camera.SetDirection(backward, upward);
+    camera.SetDirection(backward, up);
     return camera;
 }
+
+double Camera::TangentOfHalfView() { return std::tan(kFieldOfViewDegrees / 2 * 3.14159265358979323846 / 180); }
 
 Camera Camera::Placed(const Vec3& eye, const Vec3& target, const Vec3& up, const Lens& lens) {
     if (Length(Minus(eye, target)) == 0) throw Failure("the eye and the target of the camera are one point");

@@ -36,6 +36,11 @@ public:
     // eye and target are one point.
     static Camera Placed(const Vec3& eye, const Vec3& target, const Vec3& up, const Lens& lens);
 
+    // Looks against `backward`, at a place that Fit finds.
+    static Camera Directed(const Vec3& backward, const Vec3& up, const Lens& lens);
+    // Half the height of what a picture shows in perspective, at a distance of 1 from the eye.
+    static double TangentOfHalfView();
+
     // Counts `points`, three coordinates each, among what a named camera must show. They are placed by `transform`,
     // which is by rows for points as row vectors.
     void Include(const double* points, std::size_t count, const std::array<double, 16>& transform);

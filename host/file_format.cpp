@@ -97,6 +97,7 @@ FileFormat Recognise(const FileEnds& file) {
     const std::string extension = LowerExtension(file.path);
     if (IsBinaryStl(file)) return FileFormat::kStlBinary;
     if (StartsWith(file.head, "3DG0")) return FileFormat::kTdpm;
+    if (StartsWith(file.head, std::string_view("U3D\0", 4))) return FileFormat::kU3d;
     if (StartsWith(file.head, "glTF")) return FileFormat::kGlb;
     if (StartsWith(file.head, "ply\n") || StartsWith(file.head, "ply\r")) return FileFormat::kPly;
     if (StartsWith(text, "solid") && file.head.find("facet") != std::string::npos) return FileFormat::kStlText;
@@ -255,6 +256,7 @@ const char* FormatName(FileFormat format) {
         case FileFormat::k3ds: return "3DS";
         case FileFormat::kCollada: return "COLLADA";
         case FileFormat::kTdpm: return "3DG";
+        case FileFormat::kU3d: return "U3D";
     }
     return "";
 }
@@ -271,6 +273,7 @@ const char* FormatExtension(FileFormat format) {
         case FileFormat::k3ds: return "3ds";
         case FileFormat::kCollada: return "dae";
         case FileFormat::kTdpm: return "3dg";
+        case FileFormat::kU3d: return "u3d";
     }
     return "";
 }
@@ -288,7 +291,8 @@ FileFormat IdentifyFile(const std::string& path) {
         case FileFormat::kObj:
         case FileFormat::kGltf:
         case FileFormat::kCollada:
-        case FileFormat::kTdpm: break;
+        case FileFormat::kTdpm:
+        case FileFormat::kU3d: break;
     }
     return format;
 }

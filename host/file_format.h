@@ -5,7 +5,7 @@
 
 namespace tessera::host {
 
-enum class FileFormat { kStlBinary, kStlText, kObj, kPly, kOff, kGlb, kGltf, k3ds, kCollada, kTdpm };
+enum class FileFormat { kStlBinary, kStlText, kObj, kPly, kOff, kGlb, kGltf, k3ds, kCollada, kTdpm, kU3d };
 
 // "binary STL" and the like.
 const char* FormatName(FileFormat format);

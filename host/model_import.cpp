@@ -20,6 +20,7 @@
 #include "assimp_reader.h"
 #include "failure.h"
 #include "file_format.h"
+#include "u3d_reader.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define TESSERA_SHADOW_MEMORY 1
@@ -107,7 +108,9 @@ void RunTask(ReaderTask& task) {
     try {
         ModelWriter writer(task.arrays);
         const nlohmann::json description =
-            ReadWithAssimp(task.path, task.format, task.options.countPoints, writer, *task.fraction);
+            task.format == FileFormat::kU3d
+                ? ReadU3d(task.path, task.options.countPoints, writer)
+                : ReadWithAssimp(task.path, task.format, task.options.countPoints, writer, *task.fraction);
         const std::string text = description.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
         task.descriptionAt = writer.Begin(text.size());
         task.descriptionBytes = text.size();

@@ -15,6 +15,8 @@ class ImportSource final : public ModelSource {
 public:
     ImportSource(const std::string& path, const ImportOptions& options) : import_(path, options) {}
 
+    bool WaitFor(int milliseconds) override { return import_.WaitFor(milliseconds); }
+    double Fraction() const override { return import_.Fraction(); }
     void Finish(Progress& progress) override {
         while (!import_.WaitFor(100)) progress.Show("reading " + import_.Path(), import_.Fraction());
         import_.Finish();
@@ -34,6 +36,8 @@ class TdpmSource final : public ModelSource {
 public:
     explicit TdpmSource(std::string path) : path_(std::move(path)) {}
 
+    bool WaitFor(int /*milliseconds*/) override { return true; }
+    double Fraction() const override { return -1; }
     void Finish(Progress& progress) override {
         progress.Show("reading " + path_, -1);
         file_ = TdpmFile::Read(path_);

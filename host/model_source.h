@@ -17,6 +17,10 @@ public:
     // the file already shows.
     static std::unique_ptr<ModelSource> Open(const std::string& path, const ImportOptions& options = {});
 
+    // True once Finish would not wait; waits for that at most so long.
+    virtual bool WaitFor(int milliseconds) = 0;
+    // How much is read, below 0 where that isn't known.
+    virtual double Fraction() const = 0;
     // Waits for the end of reading. Throws Failure.
     virtual void Finish(Progress& progress) = 0;
 

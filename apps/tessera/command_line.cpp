@@ -83,7 +83,7 @@ void DeclareConvert(CLI::App& command, CommandLine& line) {
 }
 
 void DeclareInfo(CLI::App& command, CommandLine& line) {
-    command.add_option("MODEL", line.infoModel, "Model file: 3DG, STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
+    command.add_option("MODEL", line.infoModel, "Model file: 3DG, U3D, STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE")
         ->required()
         ->option_text(" ");
     command.add_flag("--json", line.json, "Print JSON");

@@ -67,8 +67,8 @@ host::U3dOptions ViewsOf(ITessera& scene, const ConvertOptions& options, host::U
 // Each further file is read while the one before it is put into the scene.
 void Convert(const ConvertOptions& options) {
     host::Progress progress(!options.talk.quiet);
-    const host::Scene scene = host::CreateScene();
     std::unique_ptr<host::ModelSource> source = host::ModelSource::Open(options.models[0]);
+    const host::Scene scene = host::CreateScene();
     host::UpAxis up = host::UpAxis::kZ;
     for (std::size_t i = 0; i < options.models.size(); ++i) {
         source->Finish(progress);

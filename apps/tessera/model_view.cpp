@@ -19,8 +19,8 @@ ModelView::ModelView(const RenderOptions& options)
     : options_(options),
       lens_{static_cast<double>(options.width) / options.height, options.parallel},
       progress_(!options.talk.quiet),
-      scene_(host::CreateScene()),
-      source_(host::ModelSource::Open(options.models[0])) {}
+      source_(host::ModelSource::Open(options.models[0])),
+      scene_(host::CreateScene()) {}
 
 void ModelView::Say(const char* stage) const {
     if (!options_.talk.verbose) return;

@@ -43,8 +43,9 @@ private:
     const host::Lens lens_;
     const std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
     host::Progress progress_;
+    // Under way. Ahead of the scene: the process that reads is best split off while this one has no other thread.
+    std::unique_ptr<host::ModelSource> source_;
     host::Scene scene_;
-    std::unique_ptr<host::ModelSource> source_;  // under way
     std::vector<host::LoadedModel> models_;
     std::optional<host::Camera> camera_;
     host::Box box_;  // of all models

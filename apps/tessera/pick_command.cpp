@@ -55,7 +55,7 @@ nlohmann::json Json(const std::string& name, const std::optional<Found>& found) 
     return json;
 }
 
-void Mark(const Found& found, Marks& marks) {
+void Mark(const Found& found, host::Marks& marks) {
     marks.points.push_back(found.point);
     if (found.ends) marks.lines.push_back({(*found.ends)[0], (*found.ends)[1]});
     if (found.center) {
@@ -71,9 +71,9 @@ void Pick(const PickOptions& options) {
     std::optional<Picture> picture;
     if (!options.picture.output.empty()) picture.emplace(options.picture);
     view.Load();
-    Cursor cursor(view.Camera(), options.picture.width, options.picture.height, options.at[0], options.at[1],
-                  options.reach);
-    Marks marks;
+    host::Cursor cursor(view.Camera(), options.picture.width, options.picture.height, options.at[0], options.at[1],
+                        options.reach);
+    host::Marks marks;
     std::string text;
     nlohmann::json answers = nlohmann::json::array();
     for (const auto& [name, what] : kPickNames) {

@@ -9,6 +9,9 @@
 
 namespace tessera::cli {
 
+using host::Found;
+using host::What;
+
 struct PickOptions {
     RenderOptions picture;  // output is empty where none is wanted
     std::array<double, 2> at{};

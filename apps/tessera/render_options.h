@@ -8,29 +8,25 @@
 #include <vector>
 
 #include "camera.h"
-#include "stage.h"
+#include "scene_picture.h"
 
 namespace tessera::cli {
 
 // What commands take.
-constexpr const char* kModelFiles = "Model files: 3DG, STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE";
+constexpr const char* kModelFiles = "Model files: 3DG, U3D, STL, OBJ, PLY, OFF, glTF, GLB, 3DS or DAE";
 
 inline const std::map<std::string, host::View> kViews = {{"iso", host::View::kIso},      {"front", host::View::kFront},
                                                          {"back", host::View::kBack},    {"left", host::View::kLeft},
                                                          {"right", host::View::kRight},  {"top", host::View::kTop},
                                                          {"bottom", host::View::kBottom}};
 
-enum class Overlay { kNone, kEdges, kVertices };
+using host::Overlay;
+using host::Section;
 
 // How much a command tells on standard error.
 struct Talk {
     bool quiet = false;
     bool verbose = false;
-};
-
-struct Section {
-    host::Vec3 point{};
-    host::Vec3 normal{};  // towards what stays
 };
 
 // A picture of models, and what is to be seen on it.

@@ -3,65 +3,49 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
 namespace {
 
-using tessera::host::Box;
-using tessera::host::Camera;
-using tessera::host::Lens;
-using tessera::host::Mat4;
-using tessera::host::UpAxis;
-using tessera::host::Vec3;
-using tessera::host::View;
-
-std::array<double, 4> Times(const Mat4& m, const std::array<double, 4>& v) {
-    std::array<double, 4> result{};
-    for (std::size_t i = 0; i < 16; ++i) result[i % 4] += m[i] * v[i / 4];
-    return result;
-}
+using namespace tessera::host;
 
 // Where a point lands in a picture that reaches from -1 to 1 each way.
 Vec3 Project(const Camera& camera, const Vec3& p) {
-    const auto clip = Times(camera.Projection(), Times(camera.ModelView(), {p[0], p[1], p[2], 1}));
-    return {clip[0] / clip[3], clip[1] / clip[3], clip[2] / clip[3]};
+    std::array<double, 4> v{p[0], p[1], p[2], 1};
+    for (const Mat4& m : {camera.ModelView(), camera.Projection()}) {
+        std::array<double, 4> result{};
+        for (std::size_t i = 0; i < 16; ++i) result[i % 4] += m[i] * v[i / 4];
+        v = result;
+    }
+    return {v[0] / v[3], v[1] / v[3], v[2] / v[3]};
 }
 
 TEST(Camera, ShowsTheWholeOfAnyBoxAndFillsThePicture) {
+    // A flat box seen edge on and a rod seen from its end have nothing to fill a picture with.
     const struct {
-        const char* name;
         Box box;
-    } cases[] = {{"cube", {{-1, -1, -1}, {1, 1, 1}}},
-                 {"flat", {{0, 0, 2}, {30, 20, 2}}},
-                 {"rod", {{0, 0, 0}, {0, 0, 1000}}},
-                 {"tiny", {{0, 0, 0}, {1e-7, 2e-7, 1e-7}}},
-                 {"far away", {{2678219, 1243490, 402}, {2686115, 1253037, 557}}}};
-    for (const auto& [name, box] : cases) {
+        bool solid;
+    } cases[] = {{{{-1, -1, -1}, {1, 1, 1}}, true},
+                 {{{0, 0, 2}, {30, 20, 2}}, false},
+                 {{{0, 0, 0}, {0, 0, 1000}}, false},
+                 {{{0, 0, 0}, {1e-7, 2e-7, 1e-7}}, true},
+                 {{{2678219, 1243490, 402}, {2686115, 1253037, 557}}, true}};
+    for (const auto& [box, solid] : cases)
         for (const View view :
-             {View::kIso, View::kFront, View::kBack, View::kLeft, View::kRight, View::kTop, View::kBottom}) {
-            for (const UpAxis up : {UpAxis::kY, UpAxis::kZ}) {
+             {View::kIso, View::kFront, View::kBack, View::kLeft, View::kRight, View::kTop, View::kBottom})
+            for (const bool high : {false, true})
                 for (const bool parallel : {false, true}) {
-                    SCOPED_TRACE(std::string(name) + " view " + std::to_string(static_cast<int>(view)) +
-                                 (parallel ? " parallel" : " perspective"));
-                    Camera camera = Camera::Named(view, up, {4.0 / 3, parallel});
+                    Camera camera = Camera::Named(view, high ? UpAxis::kZ : UpAxis::kY, {4.0 / 3, parallel});
                     camera.Fit(box);
-                    double widest = 0;
+                    double widest = 0, farthest = 0;
                     for (unsigned i = 0; i < 8; ++i) {
-                        const Vec3 at =
-                            Project(camera, {i & 1 ? box.max[0] : box.min[0], i & 2 ? box.max[1] : box.min[1],
-                                             i & 4 ? box.max[2] : box.min[2]});
-                        for (const double c : at) EXPECT_LE(std::abs(c), 1);
+                        const Vec3 &x = i & 1 ? box.max : box.min, &y = i & 2 ? box.max : box.min;
+                        const Vec3 at = Project(camera, {x[0], y[1], (i & 4 ? box.max : box.min)[2]});
                         widest = std::max({widest, std::abs(at[0]), std::abs(at[1])});
+                        farthest = std::max(farthest, std::abs(at[2]));
                     }
-                    // A flat box seen edge on and a rod seen from its end have nothing to fill a picture with.
-                    const bool solid = std::string(name) != "flat" && std::string(name) != "rod";
-                    if (solid || view == View::kIso) {
-                        EXPECT_NEAR(widest, 0.92, 0.005);
-                    }
+                    EXPECT_TRUE(widest <= 1 && farthest <= 1) << box.max[0] << " view " << static_cast<int>(view);
+                    EXPECT_TRUE((!solid && view != View::kIso) || std::abs(widest - 0.92) <= 0.005) << widest;
                 }
-            }
-        }
-    }
 }
 
 TEST(Camera, FitsWhatIsIncludedRatherThanTheBox) {

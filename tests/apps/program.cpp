@@ -6,10 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -64,7 +67,13 @@ Outcome ProgramTest::Run(const std::vector<std::string>& command) const {
     pid_t process = 0;
     int status = -1;
     EXPECT_EQ(::posix_spawn(&process, arguments[0], &actions, nullptr, arguments.data(), environ), 0) << command[0];
-    ::waitpid(process, &status, 0);
+    // One that hangs is ended before the test is, so that the failure tells which it was.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(100);
+    for (auto wait = std::chrono::microseconds(200); ::waitpid(process, &status, WNOHANG) == 0;) {
+        std::this_thread::sleep_for(wait);
+        wait = std::min(wait * 2, std::chrono::microseconds(20000));
+        if (std::chrono::steady_clock::now() > deadline) ::kill(process, SIGABRT);
+    }
     posix_spawn_file_actions_destroy(&actions);
     Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), ReadAll(streams + "/out"),
                     ReadAll(streams + "/err")};

@@ -16,9 +16,7 @@ namespace tessera::test {
 
 class FolderTest : public testing::Test {
 protected:
-    FolderTest() : folder_(std::filesystem::temp_directory_path() / ("tessera-" + std::to_string(Unique()))) {
-        std::filesystem::create_directories(folder_);
-    }
+    FolderTest() { std::filesystem::create_directories(folder_); }
     ~FolderTest() override {
         SysFreeString(text_);
         std::filesystem::remove_all(folder_);
@@ -32,10 +30,11 @@ protected:
     }
     std::u16string Full(const std::string& name) const { return (folder_ / name).u16string(); }
     BSTR Name(const std::string& name) { return Text(Full(name)); }
-    std::string Content(const std::string& name) const {
-        std::ifstream file(Path(name), std::ios::binary);
+    static std::string ContentOf(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
+    std::string Content(const std::string& name) const { return ContentOf(Path(name)); }
     std::size_t FilesLeft() const {
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder_), {}));
     }
@@ -44,9 +43,8 @@ protected:
     int error = 0;
 
 private:
-    static unsigned Unique() { return std::random_device()(); }
-
-    std::filesystem::path folder_;
+    std::filesystem::path folder_ =
+        std::filesystem::temp_directory_path() / ("tessera-" + std::to_string(std::random_device()()));
     BSTR text_ = nullptr;
 };
 

@@ -5,7 +5,10 @@
 #include <vector>
 
 #include "exchange/u3d/bit_stream.h"
-#include "exchange/u3d_decoder.h"
+#include "u3d_bit_reader.h"
+
+using tessera::U3dBitStream;
+using tessera::host::U3dBitReader;
 
 namespace {
 
@@ -15,45 +18,37 @@ struct Step {
     std::uint32_t context, value;
 };
 
-std::vector<Step> StepsFrom(const std::uint8_t* data, std::size_t size) {
-    std::vector<Step> steps;
-    for (; size >= 6; data += 6, size -= 6) {
-        Step step{data[0] % 4, data[1] | std::uint32_t{data[2]} << 8,
-                  data[3] | std::uint32_t{data[4]} << 8 | std::uint32_t{data[5]} << 24};
-        step.context %= 0x4410;
-        if (step.context <= tessera::kU3dFixedContext) step.context %= 24;  // few that learn, and those much
-        const std::uint32_t symbols = step.context > 0x400 && step.context < 0x43ff ? step.context - 0x400 : 0;
-        if (symbols > 0) step.value %= symbols;
-        if (step.kind == 0) step.value &= 0xff;
-        if (step.kind == 1) step.value &= 0xffff;
-        if (step.value == 0xffffffff) step.value = 0;
-        steps.push_back(step);
-    }
-    return steps;
+Step StepFrom(const std::uint8_t* data) {
+    Step step{data[0] % 4, (data[1] | std::uint32_t{data[2]} << 8) % 0x4410,
+              data[3] | std::uint32_t{data[4]} << 8 | std::uint32_t{data[5]} << 24};
+    if (step.context <= tessera::kU3dFixedContext) step.context %= 24;  // few that learn, and those much
+    if (step.context > 0x400 && step.context < 0x43ff) step.value %= step.context - 0x400;
+    if (step.kind < 2) step.value &= step.kind == 0 ? 0xff : 0xffff;
+    if (step.value == 0xffffffff) step.value = 0;
+    return step;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::vector<Step> steps = StepsFrom(data, size);
-    tessera::U3dBitStream out;
-    for (const Step& s : steps) {
-        switch (s.kind) {
-            case 0: out.Packed8(s.context, static_cast<std::uint8_t>(s.value)); break;
-            case 1: out.Packed16(s.context, static_cast<std::uint16_t>(s.value)); break;
-            case 2: out.Packed32(s.context, s.value); break;
-            default: out.U32(s.value); break;
-        }
+    std::vector<Step> steps;
+    for (; size >= 6; data += 6, size -= 6) steps.push_back(StepFrom(data));
+    U3dBitStream out;
+    for (const auto& [kind, context, value] : steps) {
+        if (kind == 0) out.Packed8(context, static_cast<std::uint8_t>(value));
+        if (kind == 1) out.Packed16(context, static_cast<std::uint16_t>(value));
+        if (kind == 2) out.Packed32(context, value);
+        if (kind == 3) out.U32(value);
     }
     const auto bytes = out.Finish();
     const std::vector<unsigned char> file(bytes.begin(), bytes.end());
-    tessera::test::U3dBitReader in(file, 0, file.size());
-    for (const Step& s : steps) {
-        const std::uint32_t got = s.kind == 0   ? in.Compressed8(s.context)
-                                  : s.kind == 1 ? in.Compressed16(s.context)
-                                  : s.kind == 2 ? in.Compressed32(s.context)
-                                                : in.U32();
-        if (got != s.value) std::abort();
+    U3dBitReader in(file, 0, file.size());
+    for (const auto& [kind, context, value] : steps) {
+        const std::uint32_t got = kind == 0   ? in.Compressed8(context)
+                                  : kind == 1 ? in.Compressed16(context)
+                                  : kind == 2 ? in.Compressed32(context)
+                                              : in.U32();
+        if (got != value) std::abort();
     }
     in.End();
     return 0;

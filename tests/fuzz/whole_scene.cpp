@@ -1,6 +1,11 @@
 #include "whole_scene.h"
 
+#include "failure.h"
+#include "tdpm_loader.h"
+
 namespace tessera::test {
+
+namespace {
 
 void UseAll(ITessera& scene) {
     int error = 0, node = 0;
@@ -14,10 +19,7 @@ void UseAll(ITessera& scene) {
     scene.GetSurfaceArea(0, &volume, &error);
     scene.GetProjectedSurfaceXY(0, numbers, &error);
     float eye[3] = {high[0] + 1, high[1] + 2, high[2] + 3}, view[3], normal[3] = {1, 2, 3}, middle[3];
-    for (int i = 0; i < 3; ++i) {
-        middle[i] = (low[i] + high[i]) / 2;
-        view[i] = middle[i] - eye[i];
-    }
+    for (int i = 0; i < 3; ++i) middle[i] = (low[i] + high[i]) / 2, view[i] = middle[i] - eye[i];
     scene.SwitchCrossSectionPlane(0, 1, &error);
     scene.SetCrossSectionPlane(0, middle, normal, &error);
     scene.GetCrossSectionLength(0, numbers, &error);
@@ -37,6 +39,18 @@ void UseAll(ITessera& scene) {
     scene.WriteVRML_2(nowhere);
     scene.SaveCrossSection(nowhere, &error);
     SysFreeString(nowhere);
+}
+
+}  // namespace
+
+void LoadAndUseAll(std::vector<unsigned char> bytes) {
+    try {
+        const host::TdpmFile file("input", std::move(bytes));
+        const host::Scene scene = host::CreateScene();
+        host::LoadTdpm(*scene, file);
+        UseAll(*scene);
+    } catch (const host::Failure&) {
+    }
 }
 
 }  // namespace tessera::test

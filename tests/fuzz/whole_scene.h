@@ -1,11 +1,11 @@
 // What a host does with a scene, in one go.
 #pragma once
 
-#include <tessera/tessera.h>
+#include <vector>
 
 namespace tessera::test {
 
-// Measures, picks, cuts and writes all of it, drawing aside.
-void UseAll(ITessera& scene);
+// Loads a 3DG file of these bytes, if it is not refused, and measures, picks, cuts and writes all of it, drawing aside.
+void LoadAndUseAll(std::vector<unsigned char> bytes);
 
 }  // namespace tessera::test

@@ -1,4 +1,5 @@
 // Reads a VRML file with Coin, which shares no code with this engine, and tells what it found there as JSON.
+#include <Inventor/SbBox3f.h>
 #include <Inventor/SbVec3d.h>
 #include <Inventor/SbVec3f.h>
 #include <Inventor/SoDB.h>
@@ -9,32 +10,17 @@
 #include <Inventor/nodes/SoSeparator.h>
 #include <Inventor/nodes/SoShape.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <limits>
+#include <initializer_list>
 
 namespace {
-
-struct Box {
-    double low[3] = {kFar, kFar, kFar}, high[3] = {-kFar, -kFar, -kFar};
-
-    static constexpr double kFar = std::numeric_limits<double>::infinity();
-
-    void Add(const SbVec3f& p) {
-        for (int i = 0; i < 3; ++i) {
-            low[i] = std::min(low[i], static_cast<double>(p[i]));
-            high[i] = std::max(high[i], static_cast<double>(p[i]));
-        }
-    }
-};
 
 // What the shapes of a file amount to, in the world.
 struct Found {
     long triangles = 0, segments = 0, points = 0;
     long backward = 0;  // triangles whose normals speak against their winding
     double area = 0;
-    Box box;
+    SbBox3f box;
 };
 
 SbVec3f InWorld(SoCallbackAction* action, const SoPrimitiveVertex* vertex) {
@@ -53,31 +39,31 @@ void AddTriangle(void* data, SoCallbackAction* action, const SoPrimitiveVertex* 
     found.area += cross.length() / 2;
     ++found.triangles;
     if (cross.dot(normals) < 0) ++found.backward;
-    for (const SbVec3f& corner : p) found.box.Add(corner);
+    for (const SbVec3f& corner : p) found.box.extendBy(corner);
 }
 
 void AddSegment(void* data, SoCallbackAction* action, const SoPrimitiveVertex* a, const SoPrimitiveVertex* b) {
     Found& found = *static_cast<Found*>(data);
     ++found.segments;
-    for (const SoPrimitiveVertex* end : {a, b}) found.box.Add(InWorld(action, end));
+    for (const SoPrimitiveVertex* end : {a, b}) found.box.extendBy(InWorld(action, end));
 }
 
 void AddPoint(void* data, SoCallbackAction* action, const SoPrimitiveVertex* vertex) {
     Found& found = *static_cast<Found*>(data);
     ++found.points;
-    found.box.Add(InWorld(action, vertex));
+    found.box.extendBy(InWorld(action, vertex));
 }
 
 // A box of nothing is null.
 void Print(const Found& found) {
     std::printf("{\"triangles\": %ld, \"backward\": %ld, \"segments\": %ld, \"points\": %ld, \"area\": %.9g, ",
                 found.triangles, found.backward, found.segments, found.points, found.area);
-    const Box& box = found.box;
-    if (box.low[0] > box.high[0])
+    const SbVec3f low = found.box.getMin(), high = found.box.getMax();
+    if (found.box.isEmpty())
         std::puts("\"box\": null}");
     else
-        std::printf("\"box\": [[%.9g, %.9g, %.9g], [%.9g, %.9g, %.9g]]}\n", box.low[0], box.low[1], box.low[2],
-                    box.high[0], box.high[1], box.high[2]);
+        std::printf("\"box\": [[%.9g, %.9g, %.9g], [%.9g, %.9g, %.9g]]}\n", low[0], low[1], low[2], high[0], high[1],
+                    high[2]);
 }
 
 }  // namespace

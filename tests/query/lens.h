@@ -15,43 +15,38 @@ inline double Dot3(const Point& a, const Point& b) {
     return double{a[0]} * b[0] + double{a[1]} * b[1] + double{a[2]} * b[2];
 }
 inline Point Minus(const Point& a, const Point& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
+inline Point Cross(const Point& a, const Point& b) {
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
 inline double Distance3(const Point& a, const Point& b) { return std::sqrt(Dot3(Minus(a, b), Minus(a, b))); }
 
 struct Lens {
     Point eye, view;
+    bool parallel;
     double screen[16] = {};
     float diagonal = 1280;
 
     // A window of 90 degrees, -1 to 1 each way, or, in parallel, of two units of length.
-    Lens(const Point& from, const Point& target, bool parallel = false) : eye(from), view(Minus(target, from)) {
-        const double length = std::sqrt(Dot3(view, view));
-        double f[3], r[3], u[3];
-        for (int i = 0; i < 3; ++i) f[i] = view[i] / length;
-        const double away[3] = {std::fabs(f[2]) > 0.9 ? 1.0 : 0.0, 0.0, std::fabs(f[2]) > 0.9 ? 0.0 : 1.0};
-        for (int i = 0; i < 3; ++i) r[i] = f[(i + 1) % 3] * away[(i + 2) % 3] - f[(i + 2) % 3] * away[(i + 1) % 3];
-        const double size = std::hypot(r[0], r[1], r[2]);
-        for (double& x : r) x /= size;
-        for (int i = 0; i < 3; ++i) u[i] = r[(i + 1) % 3] * f[(i + 2) % 3] - r[(i + 2) % 3] * f[(i + 1) % 3];
-        for (int i = 0; i < 3; ++i) {
-            screen[4 * i] = r[i];
-            screen[4 * i + 1] = u[i];
-            screen[4 * i + 3] = parallel ? 0 : f[i];
-            screen[12] -= eye[i] * r[i];
-            screen[13] -= eye[i] * u[i];
-            screen[15] -= parallel ? 0 : eye[i] * f[i];
-        }
-        if (parallel) screen[15] = 1;
+    Lens(const Point& from, const Point& target, bool inParallel = false)
+        : eye(from), view(Minus(target, from)), parallel(inParallel) {
+        const auto unit = [](const Point& p) {
+            const double size = std::sqrt(Dot3(p, p));
+            return Point{static_cast<float>(p[0] / size), static_cast<float>(p[1] / size),
+                         static_cast<float>(p[2] / size)};
+        };
+        const Point f = unit(view), r = unit(Cross(f, std::fabs(f[2]) > 0.9 ? Point{1, 0, 0} : Point{0, 0, 1}));
+        const Point u = Cross(r, f), *const columns[4] = {&r, &u, nullptr, parallel ? nullptr : &f};
+        screen[15] = parallel ? 1 : 0;
+        for (std::size_t i = 0; i < 16; ++i)
+            if (const Point* axis = columns[i % 4]) screen[i] = i < 12 ? (*axis)[i / 4] : -Dot3(eye, *axis);
     }
     // The same screen, with the line of sight through a point.
     Lens Towards(const Point& p) const {
         Lens aimed = *this;
         const double depth = Dot3(Minus(p, eye), view) / Dot3(view, view);
-        for (std::size_t i = 0; i < 3; ++i) {
-            if (screen[15] == 1 && screen[3] == 0 && screen[7] == 0 && screen[11] == 0)
-                aimed.eye[i] = static_cast<float>(p[i] - depth * view[i]);
-            else
-                aimed.view[i] = p[i] - eye[i];
-        }
+        for (std::size_t i = 0; i < 3; ++i)
+            (parallel ? aimed.eye : aimed.view)[i] =
+                parallel ? static_cast<float>(p[i] - depth * view[i]) : p[i] - eye[i];
         return aimed;
     }
     std::array<float, 2> On(const Point& p) const {
@@ -73,29 +68,29 @@ class PickTest : public ::testing::Test {
 protected:
     using Method = HRESULT (ITessera::*)(float*, float*, double*, float, float, float, LONG*, float*, int*, int*);
 
-    Answer Pick(Method method, Lens lens, float x, float y) {
+    Answer Pick(Method method, Lens l, float x, float y) {
         Answer a;
-        EXPECT_EQ((host->*method)(lens.eye.data(), lens.view.data(), lens.screen, x, y, lens.diagonal, &a.picked,
-                                  a.point.data(), &a.node, &a.error),
+        EXPECT_EQ((host->*method)(l.eye.data(), l.view.data(), l.screen, x, y, l.diagonal, &a.picked, a.point.data(),
+                                  &a.node, &a.error),
                   STATUS_OK);
         return a;
     }
-    Answer PickPoint(Lens lens, float x, float y) {
+    Answer PickPoint(Lens l, float x, float y) {
         Answer a;
-        host->PickPoint(lens.eye.data(), lens.screen, x, y, lens.diagonal, &a.picked, a.point.data(), &a.node,
-                        &a.error);
+        host->PickPoint(l.eye.data(), l.screen, x, y, l.diagonal, &a.picked, a.point.data(), &a.node, &a.error);
         return a;
     }
-    Answer PickPoint(const Lens& lens, const Point& at) { return PickPoint(lens, lens.On(at)[0], lens.On(at)[1]); }
-    Answer PickEdge(const Lens& lens, const Point& at) {
-        return Pick(&ITessera::PickEdge, lens.Towards(at), lens.On(at)[0], lens.On(at)[1]);
+    Answer PickPoint(const Lens& l, const Point& at) { return PickPoint(l, l.On(at)[0], l.On(at)[1]); }
+    Answer PickEdge(const Lens& l, const Point& at) {
+        return Pick(&ITessera::PickEdge, l.Towards(at), l.On(at)[0], l.On(at)[1]);
     }
-    Answer PickSurface(const Lens& lens, const Point& at) {
+    Answer PickSurface(const Lens& from, const Point& at) {
         Answer a;
         a.normal = {7, 7, 7};
-        Lens aimed = lens.Towards(at);
-        host->PickPartInstance2(aimed.eye.data(), aimed.view.data(), aimed.screen, lens.On(at)[0], lens.On(at)[1],
-                                lens.diagonal, &a.picked, a.point.data(), a.normal.data(), &a.node, &a.error);
+        Lens l = from.Towards(at);
+        const auto [x, y] = l.On(at);
+        host->PickPartInstance2(l.eye.data(), l.view.data(), l.screen, x, y, l.diagonal, &a.picked, a.point.data(),
+                                a.normal.data(), &a.node, &a.error);
         return a;
     }
     Answer Ray(Point eye, Point direction) {
@@ -106,20 +101,21 @@ protected:
         return a;
     }
     Answer PickSegment(const Lens& from, const Point& at) {
-        Lens lens = from.Towards(at);
         Answer a;
-        host->PickSegment(lens.eye.data(), lens.view.data(), lens.screen, lens.On(at)[0], lens.On(at)[1], lens.diagonal,
-                          &a.picked, a.point.data(), a.start.data(), a.end.data(), &a.node, &a.error);
+        Lens l = from.Towards(at);
+        const auto [x, y] = l.On(at);
+        host->PickSegment(l.eye.data(), l.view.data(), l.screen, x, y, l.diagonal, &a.picked, a.point.data(),
+                          a.start.data(), a.end.data(), &a.node, &a.error);
         return a;
     }
     Answer PickArc(const Lens& from, const Point& at) {
-        Lens lens = from.Towards(at);
         Answer a;
+        Lens l = from.Towards(at);
+        const auto [x, y] = l.On(at);
         float* block = nullptr;
-        host->PickArc(lens.eye.data(), lens.view.data(), lens.screen, lens.On(at)[0], lens.On(at)[1], lens.diagonal,
-                      &a.picked, a.point.data(), a.center.data(), &block, &a.node, &a.error);
-        if (!block) return a;
-        for (int i = 0, n = static_cast<int>(std::ceil(block[0])); i < n; ++i)
+        host->PickArc(l.eye.data(), l.view.data(), l.screen, x, y, l.diagonal, &a.picked, a.point.data(),
+                      a.center.data(), &block, &a.node, &a.error);
+        for (int i = 0, n = block ? static_cast<int>(std::ceil(block[0])) : 0; i < n; ++i)
             a.arc.push_back({block[1 + 3 * i], block[2 + 3 * i], block[3 + 3 * i]});
         CoTaskMemFree(block);
         return a;

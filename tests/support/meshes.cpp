@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <sstream>
 
 namespace tessera::test {
 
@@ -13,8 +14,7 @@ struct Ring {
 
 Point OnRing(const Ring& ring, int side, int sides) {
     const double angle = 2 * std::numbers::pi * (side % sides) / sides;
-    return {static_cast<float>(ring.radius * std::cos(angle)), static_cast<float>(ring.radius * std::sin(angle)),
-            ring.z};
+    return {float(ring.radius * std::cos(angle)), float(ring.radius * std::sin(angle)), ring.z};
 }
 
 // The surface between rings of `sides` corners each, rising in z; a ring of radius 0 is a point. Area and volume are
@@ -58,25 +58,28 @@ void AddQuad(Soup& soup, const Point& a, const Point& b, const Point& c, const P
     AddTriangle(soup, a, c, d);
 }
 
+std::string ToObj(const Soup& soup) {
+    std::ostringstream obj;
+    for (std::size_t i = 0; i < soup.size(); i += 3)
+        obj << "v " << soup[i] << " " << soup[i + 1] << " " << soup[i + 2] << (i % 9 == 6 ? "\nf -3 -2 -1\n" : "\n");
+    return obj.str();
+}
+
 TestMesh Cube(float size, const Point& centre) {
-    TestMesh mesh;
+    TestMesh mesh{.vertices = 8, .area = 6.0 * size * size, .volume = double{size} * size * size};
     const float h = size / 2;
     const auto corner = [&](int i) {
         return Point{centre[0] + (i & 1 ? h : -h), centre[1] + (i & 2 ? h : -h), centre[2] + (i & 4 ? h : -h)};
     };
     const int faces[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4}, {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
     for (const auto& f : faces) AddQuad(mesh.soup, corner(f[0]), corner(f[1]), corner(f[2]), corner(f[3]));
-    mesh.vertices = 8;
-    mesh.area = 6.0 * size * size;
-    mesh.volume = double{size} * size * size;
     return Finish(mesh, "cube", 12, 0);
 }
 
 TestMesh OpenBox() {
     TestMesh mesh = Cube();
     mesh.soup.erase(mesh.soup.begin() + 18, mesh.soup.begin() + 36);
-    mesh.area = 20;
-    mesh.volume = 0;
+    mesh.area = 20, mesh.volume = 0;
     return Finish(mesh, "open box", 8, 4);
 }
 
@@ -104,8 +107,7 @@ TestMesh Sphere(int sides, int rings, float radius) {
     std::vector<Ring> list;
     for (int i = 0; i <= rings; ++i) {
         const double angle = std::numbers::pi * i / rings;
-        list.push_back({i % rings ? static_cast<float>(radius * std::sin(angle)) : 0.0F,
-                        static_cast<float>(-radius * std::cos(angle))});
+        list.push_back({i % rings ? float(radius * std::sin(angle)) : 0.0F, float(-radius * std::cos(angle))});
     }
     return Finish(Revolve(list, sides), "sphere", 0, 0);
 }
@@ -133,9 +135,7 @@ const std::vector<TestMesh>& MeshSuite() {
                                       Cylinder(48),     Cylinder(6),
                                       Band(500),        Cube(1, {1e5F, -2e5F, 3e5F}),
                                       Cube(1e-4F),      Cylinder(16, 1, 1000, 100)};
-        list[9].name = "far cube";
-        list[10].name = "tiny cube";
-        list[11].name = "long in z";
+        list[9].name = "far cube", list[10].name = "tiny cube", list[11].name = "long in z";
         return list;
     }();
     return suite;

@@ -25,6 +25,7 @@ struct TestMesh {
 
 void AddTriangle(Soup& soup, const Point& a, const Point& b, const Point& c);
 void AddQuad(Soup& soup, const Point& a, const Point& b, const Point& c, const Point& d);  // split along a-c
+std::string ToObj(const Soup& soup);                                                       // as an OBJ file
 
 TestMesh Cube(float size = 2, const Point& centre = {0, 0, 0});
 TestMesh OpenBox();                     // a 2 by 2 by 2 box without its lid at z = 1

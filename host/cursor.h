@@ -9,7 +9,7 @@
 
 #include "camera.h"
 
-namespace tessera::cli {
+namespace tessera::host {
 
 enum class What { kPoint, kEdge, kSegment, kArc, kInstance, kSectionPoint, kSectionEdge };
 
@@ -17,11 +17,11 @@ enum class What { kPoint, kEdge, kSegment, kArc, kInstance, kSectionPoint, kSect
 struct Found {
     std::string path;  // of the instance
     int node = 0;
-    host::Vec3 point{};
-    std::optional<host::Vec3> normal;               // of an instance's surface
-    std::optional<std::array<host::Vec3, 2>> ends;  // of a segment
-    std::optional<host::Vec3> center;               // of an arc
-    std::vector<host::Vec3> arc;
+    Vec3 point{};
+    std::optional<Vec3> normal;               // of an instance's surface
+    std::optional<std::array<Vec3, 2>> ends;  // of a segment
+    std::optional<Vec3> center;               // of an arc
+    std::vector<Vec3> arc;
 
     double Radius() const;
 };
@@ -30,9 +30,14 @@ struct Found {
 class Cursor {
 public:
     // Pixels count from the top left corner of the picture; reach is how many of them away a point or an edge is found.
-    Cursor(const host::Camera& camera, int width, int height, double x, double y, double reach);
+    Cursor(const Camera& camera, int width, int height, double x, double y, double reach);
 
     std::optional<Found> Pick(ITessera& scene, What what);
+    // How far a point lies from the eye along the line of sight, and how far from it a pick reaches there.
+    double DepthOf(const Vec3& point) const;
+    double ReachAt(double depth) const;
+    // The same place, where picks reach so much less far.
+    Cursor Narrowed(double factor) const;
 
 private:
     bool Ask(ITessera& scene, What what, Found& found);
@@ -42,6 +47,7 @@ private:
     float sight_[3];
     double screen_[16];
     float x_, y_, diagonal_;
+    double slope_, offset_;  // of the reach in the world over the depth
 };
 
-}  // namespace tessera::cli
+}  // namespace tessera::host

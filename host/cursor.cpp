@@ -5,18 +5,18 @@
 
 #include "scene_walk.h"
 
-namespace tessera::cli {
+namespace tessera::host {
 
 namespace {
 
 // The engine's reach is this over the diagonal that it is told.
 constexpr double kReach = 9;
 
-host::Vec3 Widened(const float* p) { return {p[0], p[1], p[2]}; }
+Vec3 Widened(const float* p) { return {p[0], p[1], p[2]}; }
 
 // Projection times model view, both by columns.
-host::Mat4 Product(const host::Mat4& a, const host::Mat4& b) {
-    host::Mat4 m{};
+Mat4 Product(const Mat4& a, const Mat4& b) {
+    Mat4 m{};
     for (std::size_t column = 0; column < 4; ++column) {
         for (std::size_t row = 0; row < 4; ++row) {
             for (std::size_t k = 0; k < 4; ++k) m[4 * column + row] += a[4 * k + row] * b[4 * column + k];
@@ -34,10 +34,10 @@ double Found::Radius() const {
 
 // The screen is a window from -1 to 1 upwards and as many of these units wide as its shape makes it: a reach in pixels
 // is then the same both ways.
-Cursor::Cursor(const host::Camera& camera, int width, int height, double x, double y, double reach) {
+Cursor::Cursor(const Camera& camera, int width, int height, double x, double y, double reach) {
     const double aspect = static_cast<double>(width) / height;
-    const host::Mat4 projection = camera.Projection(), view = camera.ModelView();
-    host::Mat4 toScreen = Product(projection, view);
+    const Mat4 projection = camera.Projection(), view = camera.ModelView();
+    Mat4 toScreen = Product(projection, view);
     for (std::size_t column = 0; column < 4; ++column) toScreen[4 * column] *= aspect;
     std::copy(toScreen.begin(), toScreen.end(), screen_);
     const double right = (2 * (x + 0.5) / width - 1) * aspect, up = 1 - 2 * (y + 0.5) / height;
@@ -46,12 +46,31 @@ Cursor::Cursor(const host::Camera& camera, int width, int height, double x, doub
     diagonal_ = static_cast<float>(kReach / (reach * 2 / height));
     // The rows of the model view are the camera's axes. In parallel the eye moves and the line of sight stays.
     const bool parallel = projection[15] == 1;
+    const double pixels = reach * 2 / (height * projection[5]);
+    slope_ = parallel ? 0 : pixels;
+    offset_ = parallel ? pixels : 0;
     const double across = right / (projection[0] * aspect), above = up / projection[5];
     for (std::size_t i = 0; i < 3; ++i) {
         const double aside = across * view[4 * i] + above * view[4 * i + 1];
         eye_[i] = static_cast<float>(camera.Eye()[i] + (parallel ? aside : 0));
         sight_[i] = static_cast<float>((parallel ? 0 : aside) - camera.Backward()[i]);
     }
+}
+
+double Cursor::DepthOf(const Vec3& point) const {
+    double along = 0;
+    for (std::size_t i = 0; i < 3; ++i) along += (point[i] - eye_[i]) * sight_[i];
+    return along / std::hypot(sight_[0], sight_[1], sight_[2]);
+}
+
+double Cursor::ReachAt(double depth) const { return slope_ * depth + offset_; }
+
+Cursor Cursor::Narrowed(double factor) const {
+    Cursor narrow = *this;
+    narrow.diagonal_ = static_cast<float>(diagonal_ / factor);
+    narrow.slope_ *= factor;
+    narrow.offset_ *= factor;
+    return narrow;
 }
 
 bool Cursor::AskArc(ITessera& scene, Found& found) {
@@ -102,8 +121,8 @@ bool Cursor::Ask(ITessera& scene, What what, Found& found) {
 std::optional<Found> Cursor::Pick(ITessera& scene, What what) {
     Found found;
     if (!Ask(scene, what, found)) return std::nullopt;
-    found.path = host::PathOf(scene, found.node);
+    found.path = PathOf(scene, found.node);
     return found;
 }
 
-}  // namespace tessera::cli
+}  // namespace tessera::host
