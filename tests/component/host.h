@@ -31,30 +31,43 @@ inline std::unique_ptr<OLECHAR, void (*)(BSTR)> Text(const std::u16string& text)
 
 class HostTest : public ::testing::Test {
 protected:
-    // The error code of a call that has to fail.
-    int Refused(HRESULT status) {
-        EXPECT_EQ(status, STATUS_FAIL);
+    // The error code of a call that succeeds with 1 alone.
+    int Code(HRESULT status) {
+        EXPECT_EQ(status, error == 1 ? STATUS_OK : STATUS_FAIL);
         return error;
     }
     int SetParent(int node, int parent) {
         EXPECT_EQ(scene->SetParent(node, parent, &error), STATUS_OK);
         return error;
     }
-    int AddBareInstance(int parent = 0) {
+    int SetPart(int instance, int part) { return Code(scene->SetPart(instance, part, &error)); }
+    int Remove(int node) { return Code(scene->Remove(node, &error)); }
+    int Loose(HRESULT (T::*create)(int*)) {
         int id = 0;
-        scene->CreatePartInstance(&id);
+        (host->*create)(&id);
+        return id;
+    }
+    int AddBareInstance(int parent = 0) {
+        const int id = Loose(&T::CreatePartInstance);
         SetParent(id, parent);
         return id;
     }
+    // What a method gives, or what there was before where it gives nothing.
+    template <typename Value>
+    Value Get(HRESULT (T::*get)(int, Value*, int*), int node, Value value = {}) {
+        (host->*get)(node, &value, &error);
+        return value;
+    }
     Ids Children(int node = 0) {
         Ids ids;
-        int id = 0;
-        for (HRESULT status = scene->GetFirstChild(node, &id, &error); status == STATUS_OK;
-             status = scene->GetNextChild(node, &id, &error))
-            ids.push_back(id);
+        for (int id = Get(&T::GetFirstChild, node); error == 1; id = Get(&T::GetNextChild, node)) ids.push_back(id);
         return ids;
     }
-    bool Exists(int node) { return scene->GetNodeType(node, nullptr, &error) == STATUS_OK; }
+    // Those that are in the tree.
+    Ids Known(Ids ids) {
+        std::erase_if(ids, [&](int id) { return scene->GetNodeType(id, nullptr, &error) != STATUS_OK; });
+        return ids;
+    }
     bool PartExists(int part) { return scene->EndTriMesh(part, &error) == STATUS_OK || error == -1; }
     int Parent(int node) {
         int id = 99;
@@ -62,11 +75,8 @@ protected:
         return id;
     }
     std::u16string Say(HRESULT (T::*get)(int, BSTR*, int*), int node) {
-        BSTR text = nullptr;
-        (host->*get)(node, &text, &error);
-        const std::u16string out(text ? text : u"", SysStringLen(text));
-        SysFreeString(text);
-        return out;
+        const std::unique_ptr<OLECHAR, void (*)(BSTR)> text(Get(get, node), SysFreeString);
+        return {text ? text.get() : u"", SysStringLen(text.get())};
     }
     std::u16string Name(int node) { return Say(&T::GetNodeName, node); }
     std::u16string Rename(int node, const std::u16string& name) {
@@ -78,9 +88,9 @@ protected:
         scene->GetBoundBox(node, box.data(), box.data() + 3, &error);
         return box;
     }
-    Array16 Transform(int node) {
+    Array16 Transform(int node, HRESULT (T::*get)(int, double*, int*) = &T::GetTransform) {
         Array16 m{};
-        scene->GetTransform(node, m.data(), &error);
+        (host->*get)(node, m.data(), &error);
         return m;
     }
 

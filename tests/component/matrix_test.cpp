@@ -29,40 +29,27 @@ void ExpectPoint(const Vec3& p, const Vec3& q, float tolerance = 1e-6F) {
     ExpectNear(std::array{p.x, p.y, p.z}, {q.x, q.y, q.z}, tolerance);
 }
 
-TEST(Matrix, TurnsAgainstTheRightHandRule) {
-    const std::pair<void (CMatrix::*)(double), Vec3> cases[] = {
-        {&CMatrix::RotateX, {1, 3, -2}}, {&CMatrix::RotateY, {-3, 2, 1}}, {&CMatrix::RotateZ, {2, -1, 3}}};
-    for (const auto& [turn, expected] : cases) {
-        CMatrix m;
-        (m.*turn)(kPi / 2);
-        ExpectPoint(TransformPoint({1, 2, 3}, m), expected);
-        ExpectPoint(TransformPointByInverse(expected, m), {1, 2, 3});
-    }
-    // A third of a turn about a line along (1, 1, 1) goes round the axes.
-    const double from[3] = {1, 0, 0}, to[3] = {2, 1, 1};
-    Array16 m = kIdentity, inverse = kIdentity;
-    EXPECT_EQ(RotateAboutAxis(m.data(), inverse.data(), from, from, 1), -1);
-    ASSERT_EQ(RotateAboutAxis(m.data(), inverse.data(), from, to, 2 * kPi / 3), 1);
-    CMatrix turned;
-    turned.SetFromArray(m.data(), false);
-    ExpectPoint(TransformPoint({1 + 1, 2, 3}, turned), {1 + 2, 3, 1}, 1e-5F);
-}
-
 TEST(Matrix, KeepsItsInverseInStep) {
     CMatrix m, other, zero;
     m.Translate(1, 2, 3);
     m.RotateZ(kPi / 2);
     m.Scale(2, 4, 8);
-    m.MirrorXY();
-    m.MirrorXZ();
-    m.MirrorYZ();
+    m.MirrorXY(), m.MirrorXZ(), m.MirrorYZ();
     ExpectPoint(TransformPoint({0, 0, 0}, m), {-4, 4, -24});
-    other.RotateX(0.3);
+    ExpectPoint(TransformPointByInverse({-4, 4, -24}, m), {0, 0, 0});
+    other.RotateX(0.3), other.RotateY(0.2);
     other.Translate(5, 6, 7);
     ExpectInverse(m * other, 1e-12);
     ExpectPoint(TransformPoint({1, 2, 3}, m * other), TransformPoint(TransformPoint({1, 2, 3}, m), other), 1e-5F);
     zero.Scale(0, 1, 1);
     EXPECT_TRUE(std::isinf(zero.Inverse()[0]));
+    // A third of a turn about a line along (1, 1, 1) goes round the axes.
+    const double from[3] = {1, 0, 0}, to[3] = {2, 1, 1};
+    Array16 turn = kIdentity, inverse = kIdentity;
+    EXPECT_EQ(RotateAboutAxis(turn.data(), inverse.data(), from, from, 1), -1);
+    ASSERT_EQ(RotateAboutAxis(turn.data(), inverse.data(), from, to, 2 * kPi / 3), 1);
+    m.SetFromArray(turn.data(), false);
+    ExpectPoint(TransformPoint({1 + 1, 2, 3}, m), {1 + 2, 3, 1}, 1e-5F);
 }
 
 TEST(Matrix, InvertsInSinglePrecision) {
@@ -75,11 +62,11 @@ TEST(Matrix, InvertsInSinglePrecision) {
     for (const double value : Array(m, true)) EXPECT_EQ(value, static_cast<float>(value));
     ExpectNear(Array(m, true), Array(exact, true), 2e-5);
     EXPECT_NEAR(m.Determinant(), 4.2, 1e-5);
-    // Row exchanges, and a sign that goes with them.
-    const Array16 swapped = {0, 2, 0, 0, 0, 0, 4, 0, 8, 0, 0, 0, 1, 1, 1, 1};
+    // An exchange of rows, and a sign that goes with it.
+    const Array16 swapped = {0, 0, 2, 0, 0, 4, 0, 0, 8, 0, 0, 0, 1, 1, 1, 1};
     m.SetFromArray(swapped.data(), true);
     ExpectInverse(m, 1e-6);
-    EXPECT_FLOAT_EQ(m.Determinant(), 64);
+    EXPECT_FLOAT_EQ(m.Determinant(), -64);
 }
 
 TEST(Matrix, KeepsTheFormerInverseOfASingularOne) {
@@ -98,52 +85,37 @@ TEST(Matrix, KeepsTheFormerInverseOfASingularOne) {
     EXPECT_NEAR(m.Inverse()[0], 1 / 1.01e-5, 1);
 }
 
-TEST(Matrix, ComparesForwardElementsOnly) {
-    CMatrix a, b;
-    b.Scale(2, 1, 1);
+TEST(Matrix, FlushesAndComparesToATolerance) {
+    CMatrix a, b, m, back;
+    b.Scale(2, 1, 1);  // of the inverse nothing is compared
     for (const auto& [step, same] : {std::pair{1e-8, true}, {1.1e-8, false}, {-1e-8, true}, {double(NAN), false}}) {
         b.SetFromArray(Moved(step, 0, 0).data(), false);
         EXPECT_EQ(a.Equals(b), same) << step;
     }
-}
-
-TEST(Matrix, FlushesWhatNoNormalFloatHolds) {
-    CMatrix m, back;
+    // What no normal float holds becomes zero.
     m.Scale(1e-20, 1, -1e-20);
     const Vec3 p = TransformPoint({1e-20F, 1e-40F, 1e-20F}, m);
     ExpectPoint(p, {0, 0, 0}, 0);
-    EXPECT_FALSE(std::signbit(p.z));
-    EXPECT_NE(TransformPoint({1e-17F, 0, 0}, m).x, 0);
+    EXPECT_FALSE(std::signbit(p.z) || TransformPoint({1e-17F, 0, 0}, m).x == 0);
     back.Translate(7, 8, 9);
     back.Scale(1, 1, 1e20);
     ExpectPoint(TransformByInverse({1, 2, 1e-20F}, back), {1, 2, 0}, 0);
-}
-
-TEST(Box, GrowsByValidBoxesOnly) {
-    const auto bounds = [](const BBox& b) { return Corners{b.xmin, b.ymin, b.zmin, b.xmax, b.ymax, b.zmax}; };
-    BBox empty, box{-1, 2, -3, 4, -5, 6, 1};
-    EXPECT_EQ(bounds(empty), kEmptyBox);
-    box.Union(empty);
-    EXPECT_EQ(bounds(box), (Corners{-1, -3, -5, 2, 4, 6}));
-    empty.Union(box);
-    EXPECT_FALSE(empty.IsEmpty());
-    EXPECT_EQ(bounds(empty), bounds(box));
-    box.Union({-9, 0, 0, 9, 0, 0, 1});
-    EXPECT_EQ(bounds(box), (Corners{-9, -3, -5, 2, 9, 6}));
-    EXPECT_DOUBLE_EQ(box.DiagonalSquared(), 11 * 11 + 12 * 12 + 11 * 11);
-    CMatrix half;
-    half.RotateZ(kPi);
-    box.Transform(half);
-    EXPECT_GT(box.xmin, box.xmax);
-}
-
-TEST(Vector, NormalisesShortVectorsByTheirX) {
+    // Short vectors are normalised by their x.
     ExpectPoint(Normalized({0, 1e-7F, 0}), {1, 1e-7F, 0}, 0);
     ExpectPoint(Normalized({0, 0, -2e-6F}), {0, 0, -1});
     ExpectPoint(Normalized({3, 0, 4}), {0.6F, 0, 0.8F});
     const ToleranceScope tolerance(0.25F);
-    EXPECT_TRUE(PointsEqual({1, 1, 1}, {1.25F, 0.75F, 1}));
-    EXPECT_FALSE(PointsEqual({1, 1, 1}, {1.26F, 1, 1}));
+    EXPECT_TRUE(PointsEqual({1, 1, 1}, {1.25F, 0.75F, 1}) && !PointsEqual({1, 1, 1}, {1.26F, 1, 1}));
+}
+
+TEST(Matrix, MovesTheCornersOfABoxAlone) {
+    BBox box{-9, 2, -3, 9, -5, 6, 1}, empty;
+    empty.Union(BBox());
+    EXPECT_DOUBLE_EQ(box.DiagonalSquared(), 11 * 11 + 12 * 12 + 11 * 11);
+    CMatrix half;
+    half.RotateZ(kPi);
+    box.Transform(half);
+    EXPECT_TRUE(box.xmin > box.xmax && !box.IsEmpty() && empty.IsEmpty());
 }
 
 }  // namespace

@@ -9,285 +9,224 @@ namespace {
 
 using Arguments = std::initializer_list<Argument>;
 
-void Complain(std::string text) { TheLog().violations.push_back(std::move(text)); }
+Log& g_log = TheLog();
+Context& g_context = g_log.context;
+State& g_now = g_context.state;
+ClientState& g_client = g_context.client;
 
-void Note(const char* name, Arguments arguments = {}) {
-    if (TheLog().logging) TheLog().calls.push_back({name, arguments});
+void Complain(const std::string& text) { g_log.violations.push_back(text); }
+
+enum Place { kOutside, kInside, kAnywhere };  // of glBegin and glEnd
+
+// Notes a call; false if it has no place where it stands, and no effect.
+bool Enter(const char* name, Arguments arguments = {}, Place place = kOutside) {
+    if (g_log.logging) g_log.calls.push_back({name, arguments});
+    const bool fits = place == kAnywhere || (place == kInside) == g_log.open;
+    if (!fits) Complain(name + std::string(g_log.open ? " between" : " outside") + " glBegin and glEnd");
+    return fits;
 }
 
-// Notes a call that has no place between glBegin and glEnd; false if it stands there, where it has no effect.
-bool Outside(const char* name, Arguments arguments = {}) {
-    Note(name, arguments);
-    if (TheLog().open) Complain(std::string(name) + " between glBegin and glEnd");
-    return !TheLog().open;
+// Most calls set an attribute to what they are given behind some leading names.
+void Set(double* field, const char* name, Arguments arguments, int skipped = 0, Place place = kOutside) {
+    if (!Enter(name, arguments, place)) return;
+    for (auto each = arguments.begin() + skipped; each != arguments.end(); ++each) *field++ = each->value;
 }
 
-State& Now() { return TheLog().context.state; }
-
-void Copy(Arguments values, double* field) {
-    for (const Argument& each : values) *field++ = each.value;
+void CheckCount(GLenum mode, std::size_t count) {
+    const std::size_t corners = mode == GL_LINES ? 2 : mode == GL_TRIANGLES ? 3 : mode == GL_QUADS ? 4 : 1;
+    const std::size_t least = mode == GL_POINTS ? 1 : mode > GL_TRIANGLES ? 3 : 2;
+    if (count % corners || count < least) Complain(std::to_string(count) + " vertices in " + ConstantName(mode));
 }
 
-// Most calls set an attribute to what they are given.
-void Set(const char* name, double* field, Arguments arguments) {
-    if (Outside(name, arguments)) Copy(arguments, field);
-}
-
-void CheckCount(GLenum mode, int count) {
-    const bool whole = mode == GL_POINTS      ? true
-                       : mode == GL_LINES     ? count % 2 == 0
-                       : mode == GL_TRIANGLES ? count % 3 == 0
-                       : mode == GL_QUADS     ? count % 4 == 0
-                                              : count >= (mode > GL_TRIANGLES ? 3 : 2);
-    if (!whole) Complain(std::to_string(count) + " vertices in " + ConstantName(mode));
-}
-
-void OpenPrimitive(GLenum mode, bool fromArrays) {
-    auto& log = TheLog();
-    if (!log.logging) return;
-    const int call = static_cast<int>(log.calls.size()) - 1;
-    log.primitives.push_back({mode, fromArrays, call, {}, log.context.state, log.context.modelview.back()});
+void OpenPrimitive(GLenum mode) {
+    const int call = static_cast<int>(g_log.calls.size()) - 1;
+    if (g_log.logging) g_log.primitives.push_back({mode, call, {}, g_now, g_context.modelview.back()});
 }
 
 void AddVertex(const GLfloat* p) {
-    auto& log = TheLog();
-    ++log.openVertices;
-    if (!log.logging) return;
+    if (!g_log.logging) return;
     Vertex vertex{{p[0], p[1], p[2]}, {}, {}};
-    std::copy_n(Now().normal, 3, vertex.normal.begin());
-    std::copy_n(Now().color, 4, vertex.color.begin());
-    log.primitives.back().vertices.push_back(vertex);
+    std::copy_n(g_now.normal, 3, vertex.normal.begin());
+    std::copy_n(g_now.color, 4, vertex.color.begin());
+    g_log.primitives.back().vertices.push_back(vertex);
 }
 
-void SwitchCapability(const char* name, GLenum capability, bool on) {
-    if (!Outside(name, {capability})) return;
+void Switch(const char* name, GLenum capability, bool on) {
+    if (!Enter(name, {capability})) return;
     const Field* field = FieldOfQuery(capability);
-    field ? void(*field->In(Now()) = on) : Complain("capability " + std::to_string(capability));
+    field ? void(*field->In(g_now) = on) : Complain("capability " + std::to_string(capability));
 }
 
-void SetMaterial(GLenum face, GLenum name, const GLfloat* values) {
-    for (int side = 0; side < 2; ++side) {
-        if (face == (side ? GL_FRONT : GL_BACK)) continue;
-        Material& material = Now().material[side];
-        switch (name) {
-            case GL_AMBIENT: std::copy_n(values, 4, material.ambient); break;
-            case GL_DIFFUSE: std::copy_n(values, 4, material.diffuse); break;
-            case GL_SPECULAR: std::copy_n(values, 4, material.specular); break;
-            case GL_SHININESS: material.shininess = values[0]; break;
-            default: Complain("material " + std::to_string(name));
-        }
+void SetMaterial(const char* call, GLenum face, GLenum name, const GLfloat* values) {
+    Enter(call, {face, name, values[0]}, kAnywhere);
+    for (const int side : {0, 1}) {
+        Material& material = g_now.material[side];
+        double* field = name == GL_AMBIENT     ? material.ambient
+                        : name == GL_DIFFUSE   ? material.diffuse
+                        : name == GL_SPECULAR  ? material.specular
+                        : name == GL_SHININESS ? &material.shininess
+                                               : nullptr;
+        if (!field) return Complain("material " + std::to_string(name));
+        if (face != (side ? GL_FRONT : GL_BACK)) std::copy_n(values, name == GL_SHININESS ? 1 : 4, field);
     }
 }
 
 template <typename T>
 void Answer(const char* call, GLenum name, T* to) {
-    if (!Outside(call, {name})) return;
-    const Context& context = TheLog().context;
-    if (name == GL_MODELVIEW_MATRIX)
-        std::copy_n(context.modelview.back().begin(), 16, to);
-    else if (name == GL_MODELVIEW_STACK_DEPTH || name == GL_MAX_MODELVIEW_STACK_DEPTH)
-        *to = static_cast<T>(name == GL_MODELVIEW_STACK_DEPTH ? context.modelview.size() : kStackDepth);
-    else if (const Field* field = FieldOfQuery(name))
-        std::copy_n(field->In(Now()), field->Count(), to);
-    else
-        Complain("query " + std::to_string(name));
+    if (!Enter(call, {name})) return;
+    const auto& stack = g_context.modelview;
+    const double depths[] = {double(stack.size()), double(kStackDepth)};
+    const Field* field = FieldOfQuery(name);
+    const double* from = name == GL_MODELVIEW_MATRIX            ? stack.back().data()
+                         : name == GL_MODELVIEW_STACK_DEPTH     ? &depths[0]
+                         : name == GL_MAX_MODELVIEW_STACK_DEPTH ? &depths[1]
+                         : field                                ? field->In(g_now)
+                                                                : nullptr;
+    if (!from) return Complain("query " + std::to_string(name));
+    std::copy_n(from, name == GL_MODELVIEW_MATRIX ? 16 : 1, to);
 }
 
 std::vector<Matrix>& Matrices() {
-    return Now().matrixMode == GL_MODELVIEW ? TheLog().context.modelview : TheLog().context.projection;
+    return g_now.matrixMode == GL_MODELVIEW ? g_context.modelview : g_context.projection;
 }
 
 template <typename T>
-void Push(const char* name, std::vector<T>& stack, T value) {
+void Push(const char* name, std::vector<T>& stack, T value, Arguments arguments = {}) {
+    if (!Enter(name, arguments)) return;
     stack.size() == kStackDepth ? Complain(std::string(name) + " overflow") : stack.push_back(std::move(value));
 }
 
-// False if the stack has no more than it keeps.
+// Takes the top off a stack; false if the stack has no more than it keeps.
 template <typename T>
-bool CanPop(const char* name, const std::vector<T>& stack, std::size_t kept) {
-    if (stack.size() <= kept) Complain(std::string(name) + " underflow");
-    return stack.size() > kept;
+bool Pop(const char* name, std::vector<T>& stack, std::size_t kept, T* top = nullptr) {
+    if (!Enter(name)) return false;
+    if (stack.size() <= kept) return Complain(std::string(name) + " underflow"), false;
+    if (top) *top = stack.back();
+    stack.pop_back();
+    return true;
 }
 
 }  // namespace
 
-void GLAPIENTRY glBegin(GLenum mode) {
-    if (!Outside("glBegin", {mode})) return;
-    TheLog().open = true;
-    TheLog().openVertices = 0;
-    TheLog().openMode = mode;
-    OpenPrimitive(mode, false);
+void glBegin(GLenum mode) {
+    if (!Enter(__func__, {mode})) return;
+    g_log.open = true;
+    OpenPrimitive(mode);
 }
-void GLAPIENTRY glEnd() {
-    Note("glEnd");
-    if (!TheLog().open) return Complain("glEnd without glBegin");
-    TheLog().open = false;
-    if (TheLog().openVertices) CheckCount(TheLog().openMode, TheLog().openVertices);
+void glEnd() {
+    if (!Enter(__func__, {}, kInside)) return;
+    g_log.open = false;
+    const auto* drawn = g_log.logging ? &g_log.primitives.back() : nullptr;
+    if (drawn && !drawn->vertices.empty()) CheckCount(drawn->mode, drawn->vertices.size());
 }
-void GLAPIENTRY glVertex3f(GLfloat x, GLfloat y, GLfloat z) {
-    Note("glVertex3f", {x, y, z});
+void glVertex3f(GLfloat x, GLfloat y, GLfloat z) {
     const GLfloat v[] = {x, y, z};
-    TheLog().open ? AddVertex(v) : Complain("glVertex3f outside glBegin and glEnd");
+    if (Enter(__func__, {x, y, z}, kInside)) AddVertex(v);
 }
-void GLAPIENTRY glNormal3f(GLfloat x, GLfloat y, GLfloat z) {
-    Note("glNormal3f", {x, y, z});
-    Copy({x, y, z}, Now().normal);
+void glNormal3f(GLfloat x, GLfloat y, GLfloat z) { Set(g_now.normal, __func__, {x, y, z}, 0, kAnywhere); }
+void glColor3f(GLfloat r, GLfloat g, GLfloat b) {
+    g_now.color[3] = 1, Set(g_now.color, __func__, {r, g, b}, 0, kAnywhere);
 }
-void GLAPIENTRY glColor3f(GLfloat r, GLfloat g, GLfloat b) {
-    Note("glColor3f", {r, g, b});
-    Copy({r, g, b, 1.0}, Now().color);
-}
-void GLAPIENTRY glColor4f(GLfloat r, GLfloat g, GLfloat b, GLfloat a) {
-    Note("glColor4f", {r, g, b, a});
-    Copy({r, g, b, a}, Now().color);
-}
-void GLAPIENTRY glMaterialf(GLenum face, GLenum name, GLfloat value) {
-    Note("glMaterialf", {face, name, value});
-    SetMaterial(face, name, &value);
-}
-void GLAPIENTRY glMaterialfv(GLenum face, GLenum name, const GLfloat* v) {
-    Note("glMaterialfv", {face, name});
-    SetMaterial(face, name, v);
-}
+void glColor4f(GLfloat r, GLfloat g, GLfloat b, GLfloat a) { Set(g_now.color, __func__, {r, g, b, a}, 0, kAnywhere); }
+void glMaterialf(GLenum face, GLenum name, GLfloat value) { SetMaterial(__func__, face, name, &value); }
+void glMaterialfv(GLenum face, GLenum name, const GLfloat* v) { SetMaterial(__func__, face, name, v); }
 
-void GLAPIENTRY glEnable(GLenum capability) { SwitchCapability("glEnable", capability, true); }
-void GLAPIENTRY glDisable(GLenum capability) { SwitchCapability("glDisable", capability, false); }
-GLboolean GLAPIENTRY glIsEnabled(GLenum capability) {
-    return Outside("glIsEnabled", {capability}) && Now().Enabled(capability);
-}
-void GLAPIENTRY glGetIntegerv(GLenum name, GLint* v) { Answer("glGetIntegerv", name, v); }
-void GLAPIENTRY glGetFloatv(GLenum name, GLfloat* v) { Answer("glGetFloatv", name, v); }
+void glEnable(GLenum capability) { Switch(__func__, capability, true); }
+void glDisable(GLenum capability) { Switch(__func__, capability, false); }
+GLboolean glIsEnabled(GLenum capability) { return Enter(__func__, {capability}) && g_now.Enabled(capability); }
+void glGetIntegerv(GLenum name, GLint* v) { Answer(__func__, name, v); }
+void glGetFloatv(GLenum name, GLfloat* v) { Answer(__func__, name, v); }
 
-void GLAPIENTRY glMatrixMode(GLenum mode) { Set("glMatrixMode", &Now().matrixMode, {mode}); }
-void GLAPIENTRY glPushMatrix() {
-    if (Outside("glPushMatrix")) Push("matrix stack", Matrices(), Matrices().back());
+void glMatrixMode(GLenum mode) { Set(&g_now.matrixMode, __func__, {mode}); }
+void glPushMatrix() { Push(__func__, Matrices(), Matrices().back()); }
+void glPopMatrix() { Pop(__func__, Matrices(), 1); }
+void glLoadMatrixf(const GLfloat* m) {
+    if (Enter(__func__)) std::copy_n(m, 16, Matrices().back().begin());
 }
-void GLAPIENTRY glPopMatrix() {
-    if (Outside("glPopMatrix") && CanPop("matrix stack", Matrices(), 1)) Matrices().pop_back();
-}
-void GLAPIENTRY glLoadMatrixf(const GLfloat* m) {
-    if (Outside("glLoadMatrixf")) std::copy_n(m, 16, Matrices().back().begin());
-}
-void GLAPIENTRY glMultMatrixf(const GLfloat* m) {
-    if (!Outside("glMultMatrixf")) return;
-    const Matrix before = Matrices().back();
-    Matrix product{};
+void glMultMatrixf(const GLfloat* m) {
+    if (!Enter(__func__)) return;
+    const Matrix before = std::exchange(Matrices().back(), Matrix{});
+    Matrix& product = Matrices().back();
     for (std::size_t i = 0; i < 64; ++i) product[i / 4] += before[i % 4 * 4 + i / 4 % 4] * m[i / 16 * 4 + i % 4];
-    Matrices().back() = product;
 }
 
-void GLAPIENTRY glPushAttrib(GLbitfield mask) {
-    if (Outside("glPushAttrib", {static_cast<int>(mask)}))
-        Push("attribute stack", TheLog().context.attributes, {mask, Now()});
-}
-void GLAPIENTRY glPopAttrib() {
-    auto& stack = TheLog().context.attributes;
-    if (!Outside("glPopAttrib") || !CanPop("attribute stack", stack, 0)) return;
+void glPushAttrib(GLbitfield mask) { Push(__func__, g_context.attributes, {mask, g_now}, {int(mask)}); }
+void glPopAttrib() {
+    std::pair<GLbitfield, State> top;
+    if (!Pop(__func__, g_context.attributes, 0, &top)) return;
     for (const Field& field : Fields())
-        if (field.groups & stack.back().groups)
-            std::copy_n(field.In(stack.back().state), field.Count(), field.In(Now()));
-    stack.pop_back();
+        if (field.groups & top.first) std::copy_n(field.In(top.second), field.count, field.In(g_now));
 }
-void GLAPIENTRY glPushClientAttrib(GLbitfield mask) {
-    Context& context = TheLog().context;
-    if (Outside("glPushClientAttrib", {static_cast<int>(mask)}))
-        Push("client stack", context.clientAttributes, {mask, context.client});
-}
-void GLAPIENTRY glPopClientAttrib() {
-    Context& context = TheLog().context;
-    auto& stack = context.clientAttributes;
-    if (!Outside("glPopClientAttrib") || !CanPop("client stack", stack, 0)) return;
-    if (stack.back().groups & GL_CLIENT_VERTEX_ARRAY_BIT) context.client = stack.back().state;
-    stack.pop_back();
-    TheLog().pointersPending = 0;
+void glPushClientAttrib(GLbitfield mask) { Push(__func__, g_context.clientAttributes, {mask, g_client}, {int(mask)}); }
+void glPopClientAttrib() {
+    std::pair<GLbitfield, ClientState> top;
+    if (!Pop(__func__, g_context.clientAttributes, 0, &top)) return;
+    if (top.first & GL_CLIENT_VERTEX_ARRAY_BIT) g_client = top.second;
+    g_log.pointersPending = 0;
 }
 
-void GLAPIENTRY glPolygonMode(GLenum face, GLenum mode) {
-    if (!Outside("glPolygonMode", {face, mode})) return;
-    if (face != GL_BACK) Now().polygonMode[0] = mode;
-    if (face != GL_FRONT) Now().polygonMode[1] = mode;
+void glPolygonMode(GLenum face, GLenum mode) {
+    if (!Enter(__func__, {face, mode})) return;
+    if (face != GL_BACK) g_now.polygonMode[0] = mode;
+    if (face != GL_FRONT) g_now.polygonMode[1] = mode;
 }
-void GLAPIENTRY glPolygonOffset(GLfloat factor, GLfloat units) {
-    Set("glPolygonOffset", Now().polygonOffset, {factor, units});
+void glPolygonOffset(GLfloat factor, GLfloat units) { Set(g_now.offset, __func__, {factor, units}); }
+void glCullFace(GLenum face) { Set(&g_now.cullFace, __func__, {face}); }
+void glFrontFace(GLenum order) { Set(&g_now.frontFace, __func__, {order}); }
+void glShadeModel(GLenum model) { Set(&g_now.shadeModel, __func__, {model}); }
+void glBlendFunc(GLenum source, GLenum target) { Set(g_now.blend, __func__, {source, target}); }
+void glDepthMask(GLboolean on) { Set(&g_now.depthMask, __func__, {on}); }
+void glDepthFunc(GLenum function) { Set(&g_now.depthFunc, __func__, {function}); }
+void glColorMask(GLboolean r, GLboolean g, GLboolean b, GLboolean a) { Set(g_now.colorMask, __func__, {r, g, b, a}); }
+void glLineWidth(GLfloat width) { Set(&g_now.lineWidth, __func__, {width}); }
+void glLineStipple(GLint repeat, GLushort pattern) { Set(g_now.stipple, __func__, {repeat, pattern}); }
+void glPointSize(GLfloat size) { Set(&g_now.pointSize, __func__, {size}); }
+void glClipPlane(GLenum plane, const GLdouble* e) {
+    Set(g_now.clipPlane, __func__, {plane, e[0], e[1], e[2], e[3]}, 1);
 }
-void GLAPIENTRY glCullFace(GLenum face) { Set("glCullFace", &Now().cullFace, {face}); }
-void GLAPIENTRY glFrontFace(GLenum order) { Set("glFrontFace", &Now().frontFace, {order}); }
-void GLAPIENTRY glShadeModel(GLenum model) { Set("glShadeModel", &Now().shadeModel, {model}); }
-void GLAPIENTRY glBlendFunc(GLenum source, GLenum target) { Set("glBlendFunc", Now().blend, {source, target}); }
-void GLAPIENTRY glDepthMask(GLboolean on) { Set("glDepthMask", &Now().depthMask, {int{on}}); }
-void GLAPIENTRY glDepthFunc(GLenum function) { Set("glDepthFunc", &Now().depthFunc, {function}); }
-void GLAPIENTRY glColorMask(GLboolean r, GLboolean g, GLboolean b, GLboolean a) {
-    Set("glColorMask", Now().colorMask, {int{r}, int{g}, int{b}, int{a}});
-}
-void GLAPIENTRY glLineWidth(GLfloat width) { Set("glLineWidth", &Now().lineWidth, {width}); }
-void GLAPIENTRY glLineStipple(GLint repeat, GLushort pattern) {
-    Set("glLineStipple", Now().stipple, {repeat, int{pattern}});
-}
-void GLAPIENTRY glPointSize(GLfloat size) { Set("glPointSize", &Now().pointSize, {size}); }
-void GLAPIENTRY glClipPlane(GLenum plane, const GLdouble* e) {
-    if (Outside("glClipPlane", {plane, e[0], e[1], e[2], e[3]})) std::copy_n(e, 4, Now().clipPlane);
-}
-void GLAPIENTRY glStencilFunc(GLenum function, GLint reference, GLuint mask) {
-    Set("glStencilFunc", Now().stencilFunc, {function, reference, static_cast<int>(mask)});
-}
-void GLAPIENTRY glStencilOp(GLenum fail, GLenum depthFail, GLenum pass) {
-    Set("glStencilOp", Now().stencilOp, {fail, depthFail, pass});
-}
-void GLAPIENTRY glClearStencil(GLint value) { Set("glClearStencil", &Now().stencilClear, {value}); }
-void GLAPIENTRY glClear(GLbitfield mask) { Outside("glClear", {static_cast<int>(mask)}); }
+void glStencilFunc(GLenum test, GLint v, GLuint mask) { Set(g_now.stencilFunc, __func__, {test, v, int(mask)}); }
+void glStencilOp(GLenum fail, GLenum depth, GLenum pass) { Set(g_now.stencilOp, __func__, {fail, depth, pass}); }
+void glClearStencil(GLint value) { Set(&g_now.stencilClear, __func__, {value}); }
+void glClear(GLbitfield mask) { Enter(__func__, {int(mask)}); }
 
-void GLAPIENTRY glEnableClientState(GLenum array) {
-    auto& client = TheLog().context.client;
-    if (Outside("glEnableClientState", {array}))
-        (array == GL_VERTEX_ARRAY   ? client.vertex
-         : array == GL_NORMAL_ARRAY ? client.normal
-                                    : client.color)
-            .enabled = true;
+void glEnableClientState(GLenum array) {
+    if (Enter(__func__, {array}))
+        g_client.enabled[array == GL_VERTEX_ARRAY ? 0 : array == GL_NORMAL_ARRAY ? 1 : 2] = true;
 }
-void GLAPIENTRY glVertexPointer(GLint size, GLenum type, GLsizei stride, const void* pointer) {
-    if (Outside("glVertexPointer", {size, type, stride})) TheLog().context.client.vertex.pointer = pointer;
+void glVertexPointer(GLint size, GLenum type, GLsizei stride, const void* pointer) {
+    if (Enter(__func__, {size, type, stride})) g_client.pointers[0] = static_cast<const GLfloat*>(pointer);
 }
-void GLAPIENTRY glInterleavedArrays(GLenum format, GLsizei stride, const void* pointer) {
-    if (!Outside("glInterleavedArrays", {format, stride})) return;
+void glInterleavedArrays(GLenum format, GLsizei stride, const void* pointer) {
+    if (!Enter(__func__, {format, stride})) return;
     if (format != GL_N3F_V3F || stride != 0) Complain("interleaved format " + std::to_string(format));
-    auto& client = TheLog().context.client;
-    client.color.enabled = false;
-    client.normal = {true, pointer};
-    client.vertex = {true, static_cast<const GLfloat*>(pointer) + 3};
-    TheLog().pointersPending = 1;
-    ++TheLog().pointersUnused;
+    g_log.pointersUnused += 1, g_log.pointersPending = 1;
+    const GLfloat* first = static_cast<const GLfloat*>(pointer);
+    g_client = {{true, true, false}, {first + 3, first}};
 }
-void GLAPIENTRY glDrawArrays(GLenum mode, GLint first, GLsizei count) {
-    if (!Outside("glDrawArrays", {mode, first, count})) return;
-    auto& log = TheLog();
-    const ClientState& client = log.context.client;
-    if (!client.vertex.enabled || !client.vertex.pointer) return Complain("glDrawArrays without a vertex array");
+void glDrawArrays(GLenum mode, GLint first, GLsizei count) {
+    if (!Enter(__func__, {mode, first, count})) return;
+    if (!g_client.enabled[0] || !g_client.pointers[0]) return Complain("glDrawArrays without a vertex array");
     if (count <= 0) return Complain("glDrawArrays of " + std::to_string(count) + " vertices");
-    CheckCount(mode, count);
-    log.pointersUnused -= log.pointersPending;
-    log.pointersPending = 0;
-    OpenPrimitive(mode, true);
-    for (int i = first; i < first + count; ++i) {
-        if (client.normal.enabled) std::copy_n(client.normal.At(i), 3, Now().normal);
-        AddVertex(client.vertex.At(i));
+    CheckCount(mode, static_cast<std::size_t>(count));
+    g_log.pointersUnused -= std::exchange(g_log.pointersPending, 0);
+    OpenPrimitive(mode);
+    for (std::ptrdiff_t i = first; i < first + count; ++i) {
+        if (g_client.enabled[1]) std::copy_n(g_client.pointers[1] + 6 * i, 3, g_now.normal);
+        AddVertex(g_client.pointers[0] + 6 * i);
     }
 }
 
-void GLAPIENTRY glTexGeni(GLenum coordinate, GLenum name, GLint value) {
-    if (Outside("glTexGeni", {coordinate, name, static_cast<GLenum>(value)})) Now().texGen[coordinate - GL_S] = value;
+void glTexGeni(GLenum s, GLenum name, GLint mode) {
+    Set(&g_now.texGen[s - GL_S], __func__, {s, name, GLenum(mode)}, 2);
 }
-void GLAPIENTRY glBindTexture(GLenum target, GLuint texture) {
-    if (Outside("glBindTexture", {target, static_cast<int>(texture)})) Now().texture = texture;
+void glBindTexture(GLenum target, GLuint texture) { Set(&g_now.texture, __func__, {target, int(texture)}, 1); }
+void glGenTextures(GLsizei count, GLuint* textures) {
+    if (Enter(__func__, {count}))
+        for (int i = 0; i < count; ++i) textures[i] = GLuint(++g_context.lastTexture);
 }
-void GLAPIENTRY glGenTextures(GLsizei count, GLuint* textures) {
-    if (Outside("glGenTextures", {count}))
-        for (int i = 0; i < count; ++i) textures[i] = static_cast<GLuint>(++TheLog().context.lastTexture);
+void glTexImage2D(GLenum target, GLint level, GLint format, GLsizei width, GLsizei height, GLint, GLenum, GLenum,
+                  const void*) {
+    Enter(__func__, {target, level, format, width, height});
 }
-void GLAPIENTRY glTexImage2D(GLenum target, GLint level, GLint format, GLsizei width, GLsizei height, GLint, GLenum,
-                             GLenum, const void*) {
-    Outside("glTexImage2D", {target, level, format, width, height});
-}
-void GLAPIENTRY glTexParameteri(GLenum target, GLenum name, GLint value) {
-    Outside("glTexParameteri", {target, name, static_cast<GLenum>(value)});
-}
-void GLAPIENTRY glPixelStorei(GLenum name, GLint value) { Outside("glPixelStorei", {name, value}); }
+void glTexParameteri(GLenum target, GLenum name, GLint v) { Enter(__func__, {target, name, GLenum(v)}); }
+void glPixelStorei(GLenum name, GLint value) { Enter(__func__, {name, value}); }

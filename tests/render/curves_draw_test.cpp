@@ -32,25 +32,23 @@ protected:
     }
     // What a draw sends: of strips the first and last x, factor and pattern, of points colour, size, state and number.
     std::string Drawn(GLenum mode, int kind = 0) {
-        Recording recording;
-        scene.Draw(0, kind);
+        const Drawing drawing(scene, 0, kind);
         std::ostringstream text;
-        for (const Primitive& drawn : recording.PrimitivesOf(mode)) {
-            if (drawn.vertices.empty()) continue;
-            const Color& c = drawn.vertices[0].color;
-            const auto on = [&](GLenum cap, const char* name) { return drawn.state.Enabled(cap) ? name : ""; };
-            if (text.tellp() > 0) text << ", ";
+        for (const auto& [drawn, call, vertices, state, frame] : drawing.PrimitivesOf(mode)) {
+            if (vertices.empty()) continue;
+            const Color& c = vertices[0].color;
+            text << (text.tellp() > 0 ? ", " : "");
             if (mode == GL_POINTS)
-                text << c[0] << c[1] << c[2] << " " << std::dec << drawn.state.pointSize << on(GL_CLIP_PLANE0, " clip")
-                     << on(GL_DEPTH_TEST, " deep") << " " << drawn.vertices.size();
+                text << c[0] << c[1] << c[2] << " " << std::dec << state.pointSize
+                     << (state.Enabled(GL_CLIP_PLANE0) ? " clip" : "")
+                     << (state.Enabled(GL_DEPTH_TEST) ? " deep " : " ") << vertices.size();
             else
-                text << drawn.vertices.front().position[0] << "-" << drawn.vertices.back().position[0] << " "
-                     << drawn.state.stipple[0] << std::hex << " " << std::lround(drawn.state.stipple[1]);
-            EXPECT_FALSE(drawn.state.Enabled(GL_LIGHTING));
-            EXPECT_TRUE(mode == GL_POINTS || (drawn.state.Enabled(GL_LINE_STIPPLE) && c == (kind ? kRed : kExternal)));
+                text << vertices.front().position[0] << "-" << vertices.back().position[0] << " " << state.stipple[0]
+                     << std::hex << " " << std::lround(state.stipple[1]);
+            EXPECT_FALSE(state.Enabled(GL_LIGHTING));
+            EXPECT_TRUE(mode == GL_POINTS || (state.Enabled(GL_LINE_STIPPLE) && c == (kind ? kRed : kExternal)));
         }
-        EXPECT_EQ(recording.Violations(), Texts{});
-        EXPECT_EQ(recording.Changed(), Texts{});
+        EXPECT_EQ(drawing.Changed(), Texts{});
         return text.str();
     }
 
@@ -58,11 +56,7 @@ protected:
 };
 
 TEST_F(CurveDraws, StippleBreaksACurveIntoPieces) {
-    struct Case {
-        Codes codes;
-        const char *normal, *preview;
-    };
-    const Case cases[] = {
+    const std::tuple<Codes, const char*, const char*> cases[] = {
         {{5, 1, 1}, "0-2 1 3333", "0-2 1 3333"},  // the code of the first point is of no stretch
         {{0, 0, 1, 3, 0},
          "0-1 1 ffff, 1-2 1 3333, 2-3 1 ffff, 3-4 1 ffff",
@@ -74,25 +68,23 @@ TEST_F(CurveDraws, StippleBreaksACurveIntoPieces) {
         {{0, 0, 2, 1, 1}, "0-1 1 ffff, 2-4 1 3333", "0-1 1 3333, 2-4 1 3333"},
         {{0, 0, 15, 0}, "0-1 1 ffff, 2-3 1 ffff", "0-1 1 3333, 1-2 1 3333, 2-3 1 ffff"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(&c - cases);
+    for (const auto& [codes, normal, preview] : cases) {
         const Placed q = scene.AddEmptyPart();
-        AddCurve(q.part, c.codes);
-        EXPECT_EQ(Drawn(GL_LINE_STRIP), c.normal);
+        AddCurve(q.part, codes);
+        EXPECT_EQ(Drawn(GL_LINE_STRIP), normal);
         scene.SetSelected(q.instance, true);
-        EXPECT_EQ(Drawn(GL_LINE_STRIP, 3), c.preview);
+        EXPECT_EQ(Drawn(GL_LINE_STRIP, 3), preview);
         scene->Remove(q.instance, &error);
     }
 }
 
 TEST_F(CurveDraws, CrossingsAndMarkers) {
     AddCurve(p.part, {0, 0, 0, 0, 0});
-    struct Case {
+    const struct {
         float x;
         int enabled, clip, transparent, vertices;  // vertices: 1 asked for, 2 in the vertex pass
         const char *normal, *section;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {1.5F, 1, 0, 0, 0, "", "100 2 deep 1"},
         {1.5F, 1, 1, 0, 0, "100 2 deep 1", "100 2 deep 1"},
         {0, 1, 1, 0, 0, "", ""},  // a point in the plane is above it
@@ -102,19 +94,16 @@ TEST_F(CurveDraws, CrossingsAndMarkers) {
         {1.5F, 0, 1, 1, 1, "110 2 deep 5", ""},
         {1.5F, 1, 1, 0, 2, "100 2 deep 1, 100 2 clip deep 5, 010 3 deep 1", "100 2 deep 1, 010 3 deep 1"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
         scene.SetSectionPlane(p.instance, {c.x, 0, 0}, {2, 0, 0});
-        scene->EnableCrossSection(p.instance, c.enabled, &error);
-        scene->SwitchCrossSectionPlane(p.instance, c.clip, &error);
+        Cut(p.instance, c.enabled, c.clip);
         scene->EnableTransparentXSection(p.instance, c.transparent, &error);
-        scene->SetVertexVisible(p.instance, c.vertices == 1, &error);
-        scene->SetOptionsShadeMode(p.instance, c.vertices == 2 ? 2 : 0, &error);
+        Overlay(p.instance, c.vertices == 2 ? 2 : 0, c.vertices == 1);
         EXPECT_EQ(Drawn(GL_POINTS), c.normal);
         EXPECT_EQ(Drawn(GL_POINTS, 2), c.section);
-        Recording recording;
-        scene.Draw();
-        EXPECT_EQ(recording.PrimitivesOf(GL_LINE_STRIP).at(0).state.Enabled(GL_CLIP_PLANE0), c.enabled && c.clip);
+        const Primitive curve = Drawing(scene).PrimitivesOf(GL_LINE_STRIP).at(0);
+        EXPECT_EQ(curve.state.Enabled(GL_CLIP_PLANE0), c.enabled && c.clip);
     }
 }
 
@@ -127,13 +116,14 @@ TEST_F(CurveDraws, OpacityVisibilityAndLengthChooseWhatIsDrawn) {
     }
     AddCurve(p.part, {0, 0});
     scene.AddPointsTo(p.part, OnAxis(3));
-    for (const auto& [alpha, lines, points] :
-         {std::array{0.95F, 1.0F, 1.0F}, {0.94F, 1, 1}, {0.006F, 1, 1}, {0.005F, 1, 1}, {0.99F, 0, 1}, {0.99F, 1, 0}}) {
+    const std::tuple<float, bool, bool> cases[] = {{0.95F, true, true},  {0.94F, true, true},  {0.006F, true, true},
+                                                   {0.005F, true, true}, {0.99F, false, true}, {0.99F, true, false}};
+    for (const auto& [alpha, lines, points] : cases) {
         scene.SetTransparency(p.instance, alpha);
-        scene->SwitchWireFrameVisibility(p.instance, lines != 0, &error);
-        scene->SwitchPointSetVisibility(p.instance, points != 0, &error);
-        EXPECT_EQ(Drawn(GL_LINE_STRIP), alpha > 0.005F && lines != 0 ? "0-1 1 ffff" : "");
-        EXPECT_EQ(Drawn(GL_POINTS).empty(), alpha <= 0.005F || points == 0);
+        scene->SwitchWireFrameVisibility(p.instance, lines, &error);
+        scene->SwitchPointSetVisibility(p.instance, points, &error);
+        EXPECT_EQ(Drawn(GL_LINE_STRIP), alpha > 0.005F && lines ? "0-1 1 ffff" : "");
+        EXPECT_EQ(Drawn(GL_POINTS).empty(), alpha <= 0.005F || !points);
     }
     scene.SetTransparency(p.instance, 0.5F);  // comes after all that is opaque
     AddCurve(scene.AddEmptyPart().part, {0, 0, 0});
@@ -147,9 +137,8 @@ TEST_F(CurveDraws, ColorsAndPlane) {
     scene->EndPointSet(p.part, &error);
     EXPECT_EQ(Drawn(GL_POINTS), "1.50.20.5 2 deep 4");
     EXPECT_EQ(Drawn(GL_POINTS, 2), "");
-    scene->EnableCrossSection(p.instance, 1, &error);
-    scene->SwitchCrossSectionPlane(p.instance, 1, &error);
-    scene->SetVertexVisible(p.instance, 1, &error);
+    Cut(p.instance, true, true);
+    Overlay(p.instance, 0, true);
     EXPECT_EQ(Drawn(GL_POINTS), "110 2 clip deep 4");
     scene.SetShadeMode(p.instance, 7);
     EXPECT_EQ(Drawn(GL_POINTS), "");
@@ -164,9 +153,7 @@ TEST_F(CurveDraws, ColorsAndPlane) {
                               {kWhite, kBlack}};  // the last one in print
     for (const auto& c : cases) AddCurve(p.part, {0, 0}, c[0]);
     scene->SetPrintingStatus(p.instance, 1, &error);
-    Recording recording;
-    scene.Draw();
-    const auto strips = recording.PrimitivesOf(GL_LINE_STRIP);
+    const auto strips = Drawing(scene).PrimitivesOf(GL_LINE_STRIP);
     for (std::size_t i = 0; i < std::size(cases); ++i) EXPECT_EQ(strips.at(i).vertices[0].color, cases[i][1]) << i;
 }
 

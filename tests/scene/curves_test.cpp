@@ -1,6 +1,7 @@
 // Curves and point sets: how they are built, what bounds them, and what is picked on them.
 #include <limits>
 #include <numbers>
+#include <tuple>
 
 #include "geometry/polyline.h"
 #include "query/lens.h"
@@ -41,6 +42,10 @@ protected:
         host->GetBoundBox(p.instance, low.data(), high.data(), &error);
         return low[0] > high[0] ? Point{-1, -1, -1} : Minus(high, low);
     }
+    void Show(int node, LONG shown) {
+        host->SwitchWireFrameVisibility(node, shown, &error);
+        host->SwitchPointSetVisibility(node, shown, &error);
+    }
     void Clip(const Placed& p, const Point& point, const Point& normal) {
         scene.SetSectionPlane(p.instance, point, normal);
         host->EnableCrossSection(p.instance, 1, &error);
@@ -51,26 +56,6 @@ protected:
 
     const Lens above{{0, 0, 10}, {0, 0, 0}, true};
 };
-
-TEST_F(Curves, OpenOneElementAtATime) {
-    using Step = HRESULT (ITessera::*)(int, int*);
-    const Step begin[] = {&ITessera::BeginTriMesh, &ITessera::BeginPolyLine, &ITessera::BeginPointSet};
-    const Step end[] = {&ITessera::EndTriMesh, &ITessera::EndPolyLine, &ITessera::EndPointSet};
-    const int part = scene.AddEmptyPart().part;
-    float p[3]{};
-    for (int open = 0; open < 3; ++open) {
-        EXPECT_EQ((host->*begin[open])(part, &error), STATUS_OK);
-        for (const Step step : {begin[0], begin[1], begin[2], end[(open + 1) % 3], end[(open + 2) % 3]})
-            EXPECT_TRUE((host->*step)(part, &error) == STATUS_FAIL && error == -1);
-        EXPECT_EQ(host->AddPolyLinePoint(part, p, &error) == STATUS_OK, open == 1);
-        EXPECT_EQ(host->AddPolyLinePoint(part, nullptr, &error) == STATUS_FAIL && error == 0, open == 1);
-        EXPECT_EQ(host->SetPolyLineColor(part, 1, 1, 1, &error) == STATUS_OK, open == 1);
-        EXPECT_EQ(host->SetLineStipple(part, 1, &error) == STATUS_OK, open == 1);
-        EXPECT_EQ(host->AddPointSetPoint(part, p, &error) == STATUS_OK, open == 2);
-        EXPECT_TRUE(host->SetPointSetColor(part, 1, 1, 1, &error) == STATUS_OK && error == 1);
-        EXPECT_EQ((host->*end[open])(part, &error), STATUS_OK);
-    }
-}
 
 TEST_F(Curves, KeepAndBoundWhatIsAPoint) {
     for (const float bad : {std::nanf(""), std::numeric_limits<float>::infinity(), 1e-39F, 1.01e25F})
@@ -83,10 +68,9 @@ TEST_F(Curves, KeepAndBoundWhatIsAPoint) {
     const Placed p = Add(Flat({0, 0, 2, 2, 0, 0, 0, 7}));
     scene.AddPointsTo(p.part, {{0, 0, 5}});
     ExpectPoint(Extent(p), {2, 7, 5}, 1e-4);
-    host->SwitchWireFrameVisibility(p.instance, 0, &error);
-    host->SwitchPointSetVisibility(p.instance, 0, &error);  // hides from draws only
-    ExpectPoint(Extent(p), {2e-5F, 2e-5F, 2e-5F}, 2e-6);    // a lone point has an extent
-    host->SwitchWireFrameVisibility(p.instance, 1, &error);
+    Show(p.instance, 0);                                  // hides the points from draws only
+    ExpectPoint(Extent(p), {2e-5F, 2e-5F, 2e-5F}, 2e-6);  // a lone point has an extent
+    Show(p.instance, 1);
     host->Scale(p.instance, 2, 1, 3, &error);
     host->RotateZ(p.instance, static_cast<float>(std::atan(0.5)), &error);  // (4, 2) onto the axis
     ExpectPoint(Extent(p), {4.47214F, 6.26099F, 15}, 1e-3);
@@ -97,8 +81,7 @@ TEST_F(Curves, ArePickedWhetherShownOrNot) {
     const int set = Add({{0.5F, 0.5F, 0}, {0.5F, 0.5F, 1}}, true).instance;
     EXPECT_TRUE(PickSurface(above, {-0.5F, 0, 0}).node == curve && PickSurface(above, {0.5F, 0.5F, 0}).node == set);
     EXPECT_EQ(Ray({-0.5F, 0, 10}, {0, 0, -1}).picked, 0);
-    host->SwitchWireFrameVisibility(0, 0, &error);
-    host->SwitchPointSetVisibility(0, 0, &error);
+    Show(0, 0);
     EXPECT_TRUE(PickedPoint({0, 0, 0}) == curve && PickedEdge({0, 0, 0}) == curve);
     EXPECT_TRUE(PickedPoint({-0.5F, 0, 0}) == 0 && PickedEdge({-0.5F, 0.005F, 0}) == curve);
     EXPECT_TRUE(PickedPoint({0.5F, 0.5F, 0}) == set && PickedEdge({0.5F, 0.5F, 0}) == 0);
@@ -132,46 +115,42 @@ TEST_F(Curves, AreClippedInPicks) {
 TEST_F(Curves, StraightRunsAndArcs) {
     Line pieces{-2, 1};
     for (int i = 0; i <= 200000; ++i) pieces.insert(pieces.end(), {-2 + static_cast<float>(i) * 2e-5F, 0});
-    const auto ends = [](double degrees) { return static_cast<float>(std::tan(degrees * std::numbers::pi / 180)); };
-    struct Run {
-        Line curve;
-        float at, first, last;  // x on the axis where it is picked, and of the ends, equal where there is no run
-    };
-    const Run runs[] = {{{0, 0, 1, 0, 1, 1, 0, 1, 0, 0}, 0.5F, 0, 0},  // corners at both ends
-                        {{0, 0, 0.3F, 0, 1, 0, 1, 1, 0, 1, 0, 0}, 0.6F, 0, 1},
-                        {{0, 0, 0.5F, 0, 1, 0, 1, 1, -1, 1, -1, 0, 0, 0}, -0.5F, -1, 1},  // closed within a side
-                        {{0, 0, 1, 0, 1, 1, -1, 1, -1, 0, -0.5F, 0, -0.1F, 0}, 0.5F, 0, 0},
-                        {{-1, 0, 0, 0, 1, 0, 2, ends(0.29)}, -0.5F, -1, 2},
-                        {{-1, 0, 0, 0, 1, 0, 2, ends(0.31)}, -0.5F, -1, 1},
-                        {{0, 0, 1, 0, 1, 0.3F, 0, 0.3F}, 0.5F, 0, 1},  // before a short segment, and behind one
-                        {{0, 0.3F, 0, 0, 1, 0, 1, 0.4F}, 0.5F, 0, 0},
-                        {pieces, 0.5F, -2, 2}};
-    for (const Run& c : runs) {
-        const Placed p = Add(Flat(c.curve));
-        const Answer a = PickSegment(above, {c.at, 0, 0});
-        EXPECT_EQ(a.picked != 0, c.first != c.last) << &c - runs;
-        ExpectPoint({a.start[0], a.end[0], 0}, {c.first, c.last, 0}, 1e-4);
+    const float little = 0.0050615F, more = 0.0054106F;  // tangents of 0.29 and 0.31 degrees
+    // A curve, x on the axis where it is picked, and of the ends, equal where there is no run.
+    const std::tuple<Line, float, float, float> runs[] = {
+        {{0, 0, 1, 0, 1, 1, 0, 1, 0, 0}, 0.5F, 0, 0},  // corners at both ends
+        {{0, 0, 0.3F, 0, 1, 0, 1, 1, 0, 1, 0, 0}, 0.6F, 0, 1},
+        {{0, 0, 0.5F, 0, 1, 0, 1, 1, -1, 1, -1, 0, 0, 0}, -0.5F, -1, 1},  // closed within a side
+        {{0, 0, 1, 0, 1, 1, -1, 1, -1, 0, -0.5F, 0, -0.1F, 0}, 0.5F, 0, 0},
+        {{-1, 0, 0, 0, 1, 0, 2, little}, -0.5F, -1, 2},
+        {{-1, 0, 0, 0, 1, 0, 2, more}, -0.5F, -1, 1},
+        {{0, 0, 1, 0, 1, 0.3F, 0, 0.3F}, 0.5F, 0, 1},  // before a short segment, and behind one
+        {{0, 0.3F, 0, 0, 1, 0, 1, 0.4F}, 0.5F, 0, 0},
+        {pieces, 0.5F, -2, 2}};
+    for (const auto& [curve, at, first, last] : runs) {
+        const Placed p = Add(Flat(curve));
+        const Answer a = PickSegment(above, {at, 0, 0});
+        EXPECT_EQ(a.picked != 0, first != last) << curve.size() << " " << at;
+        ExpectPoint({a.start[0], a.end[0], 0}, {first, last, 0}, 1e-4);
         host->Remove(p.instance, &error);
     }
-    struct Bend {
-        Points curve;
-        std::size_t segment, points;  // the one picked, and of the arc
-    };
-    const Bend bends[] = {{Arc(11, 360), 3, 12},
-                          {Arc(10, 360), 3, 0},  // turns by 36 degrees
-                          {Arc(48, 360), 47, 49},
-                          {Arc(720, 360), 77, 721},
-                          {Arc(1000, 250), 400, 0},  // turns by less than 0.3 degrees
-                          {Arc(2, 60), 0, 3},
-                          {Arc(18, 180, {1, -1}, {-1, -2}), 9, 19},
-                          {Arc(18, 90, {}, {-0.5F, 1, -1, 1}), 2, 19}};
-    for (const Bend& c : bends) {
-        const Placed p = Add(c.curve);
+    // A curve, the segment that is picked, and the number of the arc's points.
+    const std::tuple<Points, std::size_t, std::size_t> bends[] = {
+        {Arc(11, 360), 3, 12},
+        {Arc(10, 360), 3, 0},  // turns by 36 degrees
+        {Arc(48, 360), 47, 49},
+        {Arc(720, 360), 77, 721},
+        {Arc(1000, 250), 400, 0},  // turns by less than 0.3 degrees
+        {Arc(2, 60), 0, 3},
+        {Arc(18, 180, {1, -1}, {-1, -2}), 9, 19},
+        {Arc(18, 90, {}, {-0.5F, 1, -1, 1}), 2, 19}};
+    for (const auto& [curve, segment, points] : bends) {
+        const Placed p = Add(curve);
         scene.Translate(p.instance, 0.25F, 0, 3);
-        const Point &a = c.curve[c.segment], &b = c.curve[c.segment + 1];
+        const Point &a = curve[segment], &b = curve[segment + 1];
         const Answer arc = PickArc(above, {(a[0] + b[0]) / 2 + 0.25F, (a[1] + b[1]) / 2, 3});
-        EXPECT_TRUE(arc.arc.size() == c.points && (arc.picked != 0) == (c.points > 0)) << c.points;
-        if (arc.picked) ExpectPoint(arc.center, {0.25F, 0, 3}, c.points > 100 ? 5e-3 : 1e-4);
+        EXPECT_TRUE(arc.arc.size() == points && (arc.picked != 0) == (points > 0)) << points;
+        if (arc.picked) ExpectPoint(arc.center, {0.25F, 0, 3}, points > 100 ? 5e-3 : 1e-4);
         for (std::size_t i = 1; i < arc.arc.size(); ++i)
             EXPECT_NEAR(Distance3(arc.arc[i - 1], arc.arc[i]), Distance3(a, b), 1e-5);
         host->Remove(p.instance, &error);

@@ -1,5 +1,6 @@
 // Settings of nodes and parts: defaults, fan-out, sharing, ranges.
 #include <cmath>
+#include <tuple>
 
 #include "component/host.h"
 
@@ -7,210 +8,151 @@ namespace tessera::test {
 namespace {
 
 using Rgb = std::array<float, 3>;
-using Setter = HRESULT (ITessera::*)(int, float, float, float, int*);
-using Getter = HRESULT (ITessera::*)(int, float*, float*, float*, int*);
-using Switch = HRESULT (ITessera::*)(int, LONG, int*);
-using Query = HRESULT (ITessera::*)(int, LONG*, int*);
+
+struct ColorCalls {
+    HRESULT (T::*set)(int, float, float, float, int*);
+    HRESULT (T::*get)(int, float*, float*, float*, int*);
+    Rgb start;
+};
+constexpr ColorCalls kColors[] = {
+    {&T::SetExternalColor, &T::GetExternalColor, {0, 0.85F, 0.85F}},
+    {&T::SetInternalColor, &T::GetInternalColor, {0, 0.85F, 0}},
+    {&T::SetBackgroundColor, &T::GetBackgroundColor, {0.19607843F, 0.19607843F, 0.5882353F}},
+    {&T::SetBorderColor, &T::GetBorderColor, {1, 1, 0}},
+    {&T::SetEdgeColor, &T::GetEdgeColor, {1, 1, 0}},
+};
 
 class Settings : public HostTest {
 protected:
-    Rgb Color(Getter get, int node) {
+    Rgb Color(int node, const ColorCalls& calls = kColors[0]) {
         Rgb c = {-7, -7, -7};
-        (host->*get)(node, &c[0], &c[1], &c[2], &error);
+        (host->*calls.get)(node, &c[0], &c[1], &c[2], &error);
         return c;
     }
-    float Alpha(int node) {
-        float alpha = -7;
-        scene->GetTransparency(node, &alpha, &error);
-        return alpha;
+    Placed AddOpenMesh() {
+        const Placed p = scene.AddEmptyPart();
+        scene->BeginTriMesh(p.part, &error);
+        return p;
     }
-};
-
-constexpr struct {
-    Setter set;
-    Getter get;
-    Rgb start;
-} kColors[] = {
-    {&ITessera::SetExternalColor, &ITessera::GetExternalColor, {0, 0.85F, 0.85F}},
-    {&ITessera::SetInternalColor, &ITessera::GetInternalColor, {0, 0.85F, 0}},
-    {&ITessera::SetBackgroundColor, &ITessera::GetBackgroundColor, {0.19607843F, 0.19607843F, 0.5882353F}},
-    {&ITessera::SetBorderColor, &ITessera::GetBorderColor, {1, 1, 0}},
-    {&ITessera::SetEdgeColor, &ITessera::GetEdgeColor, {1, 1, 0}},
 };
 
 TEST_F(Settings, ColorsGoDownAndAreShared) {
-    const int a = scene.AddAssembly();
-    const Placed p = scene.AddMesh(Cube(), a), other = scene.AddMesh(Cube());
-    const int twin = scene.AddInstance(p.part), bare = AddBareInstance(a);
-    for (const auto& color : kColors) {
-        EXPECT_EQ(Color(color.get, p.instance), color.start);
+    const int a = scene.AddAssembly(), other = scene.AddMesh(Cube()).instance, bare = AddBareInstance(a);
+    const Placed p = scene.AddMesh(Cube(), a);
+    const int twin = scene.AddInstance(p.part);
+    for (const ColorCalls& calls : kColors) {
+        EXPECT_EQ(Color(p.instance, calls), calls.start);
         // Kept as given, out of range or not; the others stay.
         for (const Rgb& c : {Rgb{0.1F, 0.2F, 0.3F}, Rgb{-5, 7, 0}}) {
-            (host->*color.set)(a, c[0], c[1], c[2], &error);
-            EXPECT_EQ(Color(color.get, p.instance), c);
-            EXPECT_EQ(Color(color.get, twin), c);
-            EXPECT_EQ(Color(color.get, other.instance), color.start);
+            (host->*calls.set)(a, c[0], c[1], c[2], &error);
+            for (const int node : {p.instance, twin}) EXPECT_EQ(Color(node, calls), c);
+            EXPECT_EQ(Color(other, calls), calls.start);
         }
-        EXPECT_EQ(Color(color.get, bare), (Rgb{-7, -7, -7}));
-        EXPECT_EQ(error, 1);
+        EXPECT_TRUE(Color(bare, calls) == (Rgb{-7, -7, -7}) && error == 1);
     }
 }
 
 TEST_F(Settings, TheFirstColorOfAMeshBecomesThePartsUnlessOneWasSet) {
-    const struct {
-        Rgb color;
-        bool taken;
-    } cases[] = {{{0.5F, 0.5F, 0.5F}, true}, {{1.001F, 0, -0.0001F}, true}, {{1.5F, 0, 0}, false},
-                 {{0, 1.0011F, 0}, false},   {{0, 0, -0.00011F}, false},    {{std::nanf(""), 0, 0}, false}};
-    for (const auto& [color, taken] : cases) {
-        const Placed p = scene.AddEmptyPart();
-        scene->BeginTriMesh(p.part, &error);
-        EXPECT_EQ(scene->SetTriMeshExternalColor(p.part, color[0], color[1], color[2], &error), STATUS_OK);
-        EXPECT_EQ(error, 1);
-        EXPECT_EQ(Color(&ITessera::GetExternalColor, p.instance), taken ? color : kColors[0].start);
-        const Rgb second = {0.3F, 0.3F, 0.3F};
+    const std::pair<Rgb, bool> cases[] = {{{0.5F, 0.5F, 0.5F}, true}, {{1.001F, 0, -0.0001F}, true},
+                                          {{1.5F, 0, 0}, false},      {{0, 1.0011F, 0}, false},
+                                          {{0, 0, -0.00011F}, false}, {{std::nanf(""), 0, 0}, false}};
+    for (const auto& [c, taken] : cases) {
+        const Placed p = AddOpenMesh();
+        EXPECT_EQ(Code(scene->SetTriMeshExternalColor(p.part, c[0], c[1], c[2], &error)), 1);
+        EXPECT_EQ(Color(p.instance), taken ? c : kColors[0].start);
         scene->SetTriMeshExternalColor(p.part, 0.3F, 0.3F, 0.3F, &error);
-        EXPECT_EQ(Color(&ITessera::GetExternalColor, p.instance), taken ? color : second);
+        EXPECT_EQ(Color(p.instance), taken ? c : (Rgb{0.3F, 0.3F, 0.3F}));
     }
     // Any colour of the whole part ends it; the other colours of a mesh never reach the part.
-    for (const auto& color : kColors) {
-        const Placed p = scene.AddEmptyPart();
-        (host->*color.set)(p.instance, 0.4F, 0.4F, 0.4F, &error);
-        scene->BeginTriMesh(p.part, &error);
-        const Rgb before = Color(&ITessera::GetExternalColor, p.instance);
+    for (const ColorCalls& calls : kColors) {
+        const Placed p = AddOpenMesh();
+        (host->*calls.set)(p.instance, 0.4F, 0.4F, 0.4F, &error);
+        const Rgb before = Color(p.instance);
         scene->SetTriMeshExternalColor(p.part, 0.9F, 0.9F, 0.9F, &error);
-        EXPECT_EQ(Color(&ITessera::GetExternalColor, p.instance), before);
+        EXPECT_EQ(Color(p.instance), before);
     }
-    const Placed p = scene.AddEmptyPart();
-    scene->BeginTriMesh(p.part, &error);
-    scene->SetTriMeshInternalColor(p.part, 0.9F, 0.9F, 0.9F, &error);
-    scene->SetTriMeshEdgeColor(p.part, 0.9F, 0.9F, 0.9F, &error);
-    scene->SetTriMeshBorderColor(p.part, 0.9F, 0.9F, 0.9F, &error);
-    for (const auto& color : kColors) EXPECT_EQ(Color(color.get, p.instance), color.start);
+    const Placed p = AddOpenMesh();
+    for (const auto set : {&T::SetTriMeshInternalColor, &T::SetTriMeshEdgeColor, &T::SetTriMeshBorderColor})
+        (host->*set)(p.part, 0.9F, 0.9F, 0.9F, &error);
+    for (const ColorCalls& calls : kColors) EXPECT_EQ(Color(p.instance, calls), calls.start);
 }
 
 TEST_F(Settings, NumbersOfAPartHaveLimits) {
-    const int a = scene.AddAssembly();
-    const Placed p = scene.AddMesh(Cube(), a);
-    const int node = p.instance;
-    const int bare = AddBareInstance(a);
-    EXPECT_FLOAT_EQ(Alpha(node), 0.99F);
-    EXPECT_FLOAT_EQ(Alpha(bare), 0.901F);
-    const std::pair<float, float> levels[] = {{0.5F, 0.5F}, {1.01F, 0.5F}, {2, 0.5F}, {1.0099F, 1.0099F},
-                                              {-3, -3},     {0, 0},        {1, 1}};
-    for (const auto& [given, kept] : levels) {
-        scene->SetTransparency(a, given, &error);
-        EXPECT_EQ(error, 1);
-        EXPECT_EQ(Alpha(node), kept) << given;
+    const int a = scene.AddAssembly(), node = scene.AddMesh(Cube(), a).instance, bare = AddBareInstance(a);
+    using Levels = std::vector<std::pair<float, float>>;  // given, and kept
+    const Levels alphas = {{0.5F, 0.5F}, {1.01F, 0.5F}, {2, 0.5F}, {1.0099F, 1.0099F}, {-3, -3}, {0, 0}, {1, 1}};
+    const Levels steps = {{1.0009F, 1}, {1.002F, 1.002F}, {1.0015F, 1.002F}, {0.5F, 0.5F}}, any = {{0.125F, 0.125F}};
+    // The method that sets, the one that gives, the first value with a part and without, and what is set.
+    using Row = std::tuple<HRESULT (T::*)(int, float, int*), HRESULT (T::*)(int, float*, int*), float, float, Levels>;
+    const Row rows[] = {{&T::SetTransparency, &T::GetTransparency, 0.99F, 0.901F, alphas},
+                        {&T::SetVolumePrecision, &T::GetVolumePrecision, 1, 0, steps},
+                        {&T::SetPointTolerance, &T::GetPointTolerance, 1e-9F, 0, any},
+                        {&T::SetThresholdAngle, &T::GetThresholdAngle, 40, 0, any}};
+    for (const auto& [set, get, start, bareStart, levels] : rows) {
+        EXPECT_TRUE(Get(get, node) == start && Get(get, bare) == bareStart) << start;
+        for (const auto& [given, kept] : levels) {
+            EXPECT_EQ(Code((host->*set)(a, given, &error)), 1);
+            EXPECT_EQ(Get(get, node), kept) << given;
+        }
     }
-    float value = 0;
-    scene->GetVolumePrecision(node, &value, &error);
-    EXPECT_EQ(value, 1);
-    const std::pair<float, float> precisions[] = {{1.0009F, 1}, {1.002F, 1.002F}, {1.0015F, 1.002F}, {0.5F, 0.5F}};
-    for (const auto& [given, kept] : precisions) {
-        scene->SetVolumePrecision(0, given, &error);
-        scene->GetVolumePrecision(node, &value, &error);
-        EXPECT_EQ(value, kept) << given;
+    // Modes are kept as given.
+    EXPECT_EQ(Get(&T::GetShadeMode, node), 1);
+    for (const auto& [mode, options] : {std::pair{4, 3}, {-32768, 32767}, {32767, -32768}}) {
+        scene.SetShadeMode(0, mode);
+        scene->SetOptionsShadeMode(0, static_cast<short>(options), &error);
+        EXPECT_EQ((Ids{Get(&T::GetShadeMode, node), Get(&T::GetOptionsShadeMode, node)}), (Ids{mode, options}));
     }
-    const struct {
-        HRESULT (ITessera::*set)(int, float, int*);
-        HRESULT (ITessera::*get)(int, float*, int*);
-        float start;
-    } numbers[] = {{&ITessera::SetPointTolerance, &ITessera::GetPointTolerance, 1e-9F},
-                   {&ITessera::SetThresholdAngle, &ITessera::GetThresholdAngle, 40}};
-    for (const auto& number : numbers) {
-        (host->*number.get)(node, &value, &error);
-        EXPECT_EQ(value, number.start);
-        (host->*number.set)(a, 0.125F, &error);
-        (host->*number.get)(node, &value, &error);
-        EXPECT_EQ(value, 0.125F);
-        (host->*number.get)(bare, &value, &error);
-        EXPECT_EQ(value, 0);
-    }
-}
-
-TEST_F(Settings, ModesGoToThePart) {
-    const Placed p = scene.AddMesh(Cube(), scene.AddAssembly());
-    const int bare = AddBareInstance();
-    int options = 9;
-    short mode = 9;
-    scene->GetShadeMode(p.instance, &mode, &error);
-    EXPECT_EQ(mode, 1);
-    for (const short code : {short{4}, short{-32768}, short{32767}}) {
-        scene->SetShadeMode(0, code, &error);
-        scene->SetOptionsShadeMode(0, static_cast<short>(code + (code < 0 ? 1 : -1)), &error);
-        scene->GetShadeMode(p.instance, &mode, &error);
-        scene->GetOptionsShadeMode(p.instance, &options, &error);
-        EXPECT_EQ(mode, code);
-        EXPECT_EQ(options, code + (code < 0 ? 1 : -1));
-    }
-    scene->GetShadeMode(bare, &mode, &error);
-    scene->GetOptionsShadeMode(bare, &options, &error);
-    EXPECT_EQ(mode, 0);
-    EXPECT_EQ(options, 0);
+    EXPECT_EQ((Ids{Get(&T::GetShadeMode, bare, short{9}), Get(&T::GetOptionsShadeMode, bare, 9)}), (Ids{0, 0}));
 }
 
 TEST_F(Settings, SwitchesGoDownAndNotUp) {
-    const struct {
-        Switch set;
-        Query get;
-        LONG start;
-        bool goesDown;
-    } cases[] = {{&ITessera::SetSelected, &ITessera::IsSelected, 0, true},
-                 {&ITessera::EnableDrawing, &ITessera::IsDrawingEnable, 1, false},
-                 {&ITessera::SetVertexVisible, &ITessera::GetVertexVisibility, 0, true},
-                 {&ITessera::SwitchWireFrameVisibility, &ITessera::GetNodeWireFrameVisibility, 1, true},
-                 {&ITessera::SwitchTriMeshVisibility, &ITessera::GetNodeSurfaceVisibility, 1, true},
-                 {&ITessera::SwitchPointSetVisibility, &ITessera::GetNodePointSetVisibility, 1, true},
-                 {&ITessera::EnableCrossSection, &ITessera::GetNodeCrossSectionStatus, 1, true}};
-    for (const auto& c : cases) {
+    // The method that sets, the one that gives, the first value, and whether it goes down.
+    const std::tuple<HRESULT (T::*)(int, LONG, int*), HRESULT (T::*)(int, LONG*, int*), int, bool> rows[] = {
+        {&T::SetSelected, &T::IsSelected, 0, true},
+        {&T::EnableDrawing, &T::IsDrawingEnable, 1, false},
+        {&T::SetVertexVisible, &T::GetVertexVisibility, 0, true},
+        {&T::SwitchWireFrameVisibility, &T::GetNodeWireFrameVisibility, 1, true},
+        {&T::SwitchTriMeshVisibility, &T::GetNodeSurfaceVisibility, 1, true},
+        {&T::SwitchPointSetVisibility, &T::GetNodePointSetVisibility, 1, true},
+        {&T::EnableCrossSection, &T::GetNodeCrossSectionStatus, 1, true}};
+    for (const auto& [set, get, was, goesDown] : rows) {
         const int a = scene.AddAssembly(), b = scene.AddAssembly(a);
         const Placed p = scene.AddMesh(Cube(), b);
         const int twin = scene.AddInstance(p.part, a);
-        const auto state = [&](int node) {
-            LONG value = 99;
-            (host->*c.get)(node, &value, &error);
-            return value;
+        const auto states = [&, value = get] {
+            Ids all;
+            for (const int node : {0, a, twin, b, p.instance}) all.push_back(Get(value, node, 99));
+            return all;
         };
-        const LONG turned = 1 - c.start;
-        for (const int node : {0, a, b, p.instance, twin}) EXPECT_EQ(state(node), c.start);
-        (host->*c.set)(b, turned, &error);
-        EXPECT_EQ((Ids{state(0), state(a), state(b), state(p.instance), state(twin)}),
-                  (Ids{c.start, c.start, turned, c.goesDown ? turned : c.start, c.start}));
-        (host->*c.set)(twin, turned, &error);
-        EXPECT_EQ((Ids{state(a), state(twin)}), (Ids{c.start, turned}));
+        const int turned = 1 - was, below = goesDown ? turned : was;
+        EXPECT_EQ(states(), Ids(5, was));
+        (host->*set)(b, turned, &error);
+        EXPECT_EQ(states(), (Ids{was, was, was, turned, below}));
+        (host->*set)(twin, turned, &error);
+        EXPECT_EQ(states(), (Ids{was, was, turned, turned, below}));
     }
 }
 
-TEST_F(Settings, SectionPlanesGoDown) {
+TEST_F(Settings, SectionPlanesAndTexturesGoDown) {
     const int a = scene.AddAssembly(), empty = scene.AddAssembly();
-    const Placed p = scene.AddMesh(Cube(), a), q = scene.AddMesh(Cube(), a);
+    const int p = scene.AddMesh(Cube(), a).instance, q = scene.AddMesh(Cube(), a).instance;
     const auto plane = [&](int node) {
         Corners at{};
-        EXPECT_EQ(scene->GetCrossSectionPlane(node, at.data(), at.data() + 3, &error), STATUS_OK);
-        EXPECT_EQ(error, 1);
+        EXPECT_EQ(Code(scene->GetCrossSectionPlane(node, at.data(), at.data() + 3, &error)), 1);
         return at;
     };
-    const Corners start = {0, 0, 0, 1, 0, 0}, set = {1, 2, 3, 0, 1, 0};
-    for (const int node : {0, a, empty, p.instance}) EXPECT_EQ(plane(node), start);
+    const Corners start = {0, 0, 0, 1, 0, 0}, set = {1, 2, 3, 0, 1, 0}, tiny = {0, 0, 0, 1, 5e-7F, 0};
+    for (const int node : {0, a, empty, p}) EXPECT_EQ(plane(node), start);
     scene.SetSectionPlane(a, {1, 2, 3}, {0, 4, 0});
-    for (const int node : {0, a, p.instance, q.instance}) EXPECT_EQ(plane(node), set);
+    for (const int node : {0, a, p, q}) EXPECT_EQ(plane(node), set);
     EXPECT_EQ(plane(empty), start);
     // The first part in list order answers for an assembly.
-    scene.SetSectionPlane(p.instance, {0, 0, 0}, {0, 5e-7F, 0});
-    EXPECT_EQ(plane(p.instance), (Corners{0, 0, 0, 1, 5e-7F, 0}));
-    EXPECT_EQ(plane(0), plane(p.instance));
-    EXPECT_EQ(plane(q.instance), set);
-}
-
-TEST_F(Settings, TexturesAreNamedOnTheWholeSubtree) {
-    const int a = scene.AddAssembly();
-    const Placed p = scene.AddMesh(Cube(), a);
+    scene.SetSectionPlane(p, {0, 0, 0}, {0, 5e-7F, 0});
+    EXPECT_TRUE(plane(p) == tiny && plane(0) == tiny && plane(q) == set);
     const auto texture = [&](int node) { return Say(&T::GetEnvtexture, node); };
-    EXPECT_EQ(texture(p.instance), u"");
-    scene->SetEnvtexture(a, Text(u"one").get(), &error);
-    scene->SetEnvtexture(a, Text(u"two").get(), &error);
-    EXPECT_EQ(texture(0) + u'|' + texture(a) + u'|' + texture(p.instance), u"|two|two");
+    EXPECT_EQ(texture(p), u"");
+    for (const auto name : {u"one", u"two"}) scene->SetEnvtexture(a, Text(name).get(), &error);
+    EXPECT_EQ(texture(0) + u'|' + texture(a) + u'|' + texture(p), u"|two|two");
 }
 
 }  // namespace

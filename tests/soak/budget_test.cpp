@@ -29,9 +29,8 @@ public:
     explicit LittleMemory(std::uint64_t bytes) : bytes_(bytes) { ProcessMemory::ReadUsed(atStart_); }
     std::uint64_t Physical() const override { return bytes_; }
     bool ReadUsed(std::uint64_t& used) const override {
-        if (!ProcessMemory::ReadUsed(used)) return false;
-        used -= std::min(used, atStart_);
-        return true;
+        const bool read = ProcessMemory::ReadUsed(used);
+        return used -= std::min(used, atStart_), read;
     }
 
 private:
@@ -66,18 +65,29 @@ std::uint64_t BuildAndWrite(const std::string& path, const ProcessMemory* budget
     return most;
 }
 
-// Runs in a process of its own; gives what it printed there as a number.
-template <class Work>
-std::uint64_t InProcess(const Work& work) {
+// Runs BuildAndWrite in a process of its own; beyond `allowed`, if not 0, it gets no memory.
+std::uint64_t InProcess(const std::string& path, std::uint64_t allowed) {
     int ends[2];
     if (pipe(ends) != 0) std::abort();
     const pid_t child = fork();
+    std::uint64_t answer = 0;
     if (child == 0) {
-        const std::uint64_t answer = work();
+        // The watcher is to act at three fifths of the budget.
+        const std::uint64_t limit = allowed * 3 / 5 * 2;
+        const LittleMemory little(static_cast<std::uint64_t>(static_cast<double>(limit) / 1.4));
+        if (allowed > 0) {
+            MemoryWatcher::g_settings = {&little, 1e-4};
+            std::ifstream status("/proc/self/statm");
+            rlim_t pages[6] = {};
+            for (rlim_t& p : pages) status >> p;
+            const rlim_t bytes = pages[5] * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + allowed + 12 * kMegabyte;
+            const rlimit data = {bytes, bytes};
+            if (setrlimit(RLIMIT_DATA, &data) != 0) std::abort();
+        }
+        answer = BuildAndWrite(path, allowed > 0 ? &little : nullptr, limit) / 2;
         _exit(write(ends[1], &answer, sizeof answer) == sizeof answer ? 0 : 1);
     }
     close(ends[1]);
-    std::uint64_t answer = 0;
     const bool got = read(ends[0], &answer, sizeof answer) == sizeof answer;
     int status = 0;
     waitpid(child, &status, 0);
@@ -93,28 +103,11 @@ std::string Content(const std::string& path) {
 
 int Run(const std::string& folder) {
     const std::string free = folder + "/budget-free.3dg", tight = folder + "/budget-tight.3dg";
-    const std::uint64_t whole = InProcess([&] { return BuildAndWrite(free, nullptr, 0) / 2; });
-    const std::uint64_t allowed = whole / 3;
-    const std::uint64_t most = InProcess([&] {
-        // Memory beyond the budget is refused; the watcher is to act at three fifths of it.
-        const std::uint64_t limit = allowed * 3 / 5 * 2;
-        const LittleMemory little(static_cast<std::uint64_t>(static_cast<double>(limit) / 1.4));
-        MemoryWatcher::g_settings = {&little, 1e-4};
-        std::ifstream status("/proc/self/statm");
-        std::uint64_t pages[6] = {};
-        for (std::uint64_t& p : pages) status >> p;
-        const rlim_t bytes = pages[5] * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)) + allowed + 12 * kMegabyte;
-        const rlimit data = {bytes, bytes};
-        if (setrlimit(RLIMIT_DATA, &data) != 0) std::abort();
-        return BuildAndWrite(tight, &little, limit) / 2;
-    });
+    const std::uint64_t whole = InProcess(free, 0), most = InProcess(tight, whole / 3);
     const bool same = Content(free) == Content(tight);
-    std::printf("%llu MB in all, %llu allowed, %llu at most; the files are %s\n",
-                static_cast<unsigned long long>(whole / kMegabyte),
-                static_cast<unsigned long long>(allowed / kMegabyte), static_cast<unsigned long long>(most / kMegabyte),
-                same ? "the same" : "different");
-    std::filesystem::remove(free);
-    std::filesystem::remove(tight);
+    std::printf("%zu MB in all, a third of it allowed, %zu at most; the files are %s\n", std::size_t(whole / kMegabyte),
+                std::size_t(most / kMegabyte), same ? "the same" : "different");
+    for (const std::string& path : {free, tight}) std::filesystem::remove(path);
     return same && most < whole / 2 ? 0 : 1;
 }
 
