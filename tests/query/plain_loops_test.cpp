@@ -131,13 +131,17 @@ TEST(PlainLoops, AgreeOnRandomHeapsAndViews) {
         CTriMesh mesh(&table);
         mesh.BeginBuild();
         const float step = seed % 3 == 0 ? 1 : 0.25f;
+        float p[9];
         for (int t = 0; t < 24; ++t) {
-            float p[9];
-            for (float& v : p) v = step * float(below(5) - 2) + (seed % 4 == 1 ? 2e-7f * float(below(9) - 4) : 0);
+            for (int c = 0; c < 9; ++c)  // loose, or each at an edge of the one before
+                p[c] = t > 0 && c < 6 && seed % 7 < 3
+                           ? p[c + 3]
+                           : step * float(below(5) - 2) + (seed % 4 == 1 ? 2e-7f * float(below(9) - 4) : 0);
             mesh.AddTriangle3P(p);
         }
         mesh.EndBuild();
-        mesh.SetThresholdAngle(40);
+        mesh.SetThresholdAngle(seed % 2 ? 40.0f : 170.0f);  // few edges are smooth, or most
+        mesh.cameraPoint = {real(), real(), 3};
         mesh.shadeMode = static_cast<short>(below(13));
         mesh.viewingType = static_cast<short>(below(3));
         mesh.sectionEnabled = mesh.planeClipOn = seed % 5 == 0;
