@@ -68,7 +68,7 @@ Outcome ProgramTest::Run(const std::vector<std::string>& command) const {
     int status = -1;
     EXPECT_EQ(::posix_spawn(&process, arguments[0], &actions, nullptr, arguments.data(), environ), 0) << command[0];
     // One that hangs is ended before the test is, so that the failure tells which it was.
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(100);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(300);
     for (auto wait = std::chrono::microseconds(200); ::waitpid(process, &status, WNOHANG) == 0;) {
         std::this_thread::sleep_for(wait);
         wait = std::min(wait * 2, std::chrono::microseconds(20000));
