@@ -39,7 +39,7 @@ void Navigation::Show(const Box& box, double aspect) {
     Camera camera = Camera::Directed(backward_, upward_, {aspect, false});
     camera.Fit(box);
     eye_ = camera.Eye();
-    distance_ = Length(Sum(eye_, -1, camera.Target()));
+    distance_ = shown_ = Length(Sum(eye_, -1, camera.Target()));
     for (std::size_t i = 0; i < 3; ++i) pivot_[i] = (box.min[i] + box.max[i]) / 2;
 }
 
@@ -76,6 +76,9 @@ void Navigation::Pan(double right, double up) {
 }
 
 void Navigation::Zoom(double factor, double right, double up) {
+    // Nearer, eye and target would become one point; farther, the model would be lost.
+    const double least = std::max(1e-5 * shown_, 1e-9 * Length(eye_));
+    factor = distance_ / std::clamp(distance_ / factor, std::min(least, distance_), std::max(1e4 * shown_, distance_));
     const double nearer = 1 - 1 / factor, size = Depth() * Camera::TangentOfHalfView();
     const double depth = Depth();
     eye_ = Sum(Sum(eye_, nearer * right * size, Cross(upward_, backward_)), nearer * up * size, upward_);

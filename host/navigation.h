@@ -27,7 +27,7 @@ public:
     void Roll(double angle);
     // Moves the model. What lies as deep as the pivot follows the hand exactly.
     void Pan(double right, double up);
-    // Makes the model larger by a factor. What lies under the place stays there.
+    // Makes the model larger by a factor, within what numbers allow. What lies under the place stays there.
     void Zoom(double factor, double right, double up);
 
     // The camera for a picture, with a depth range that holds the box.
@@ -46,6 +46,7 @@ private:
     Vec3 backward_{0, -1, 0};
     Vec3 upward_{0, 0, 1};
     double distance_ = 4;  // from the eye to where the two ways to project show the same size
+    double shown_ = 4;     // what that was when a whole box was shown
 };
 
 }  // namespace tessera::host

@@ -105,7 +105,7 @@ struct Frame {  // of a block: its type, its data and where the next one starts
 
 class Decoder {
 public:
-    explicit Decoder(const std::vector<unsigned char>& bytes) : bytes_(bytes) {}
+    Decoder(const std::vector<unsigned char>& bytes, bool exact) : bytes_(bytes), exact_(exact) {}
 
     U3dContent Decode() {
         const Frame header = ReadFrame(0, bytes_.size());
@@ -131,7 +131,9 @@ public:
             // A priority before all declarations counts to them; one behind them starts the continuations.
             if (!continuation && !(priority && declarations)) declarationEnd = at;
         }
-        in.Require(declared == declarationEnd, "declaration size, should be " + std::to_string(declarationEnd));
+        // A widespread writer counts the header alone.
+        in.Require(declared == declarationEnd || (!exact_ && declared == header.next),
+                   "declaration size, should be " + std::to_string(declarationEnd));
         CheckWhole(in);
         return content_;
     }
@@ -141,15 +143,19 @@ private:
         U3dBitReader in(bytes_, at, limit);
         Frame frame{in.U32(), at + 12, 0, 0};
         frame.end = frame.begin + in.U32();
-        frame.next = (frame.end + 3) / 4 * 4;
-        RequireZeros(in, 1, "metadata");
+        const std::size_t padded = (frame.end + 3) / 4 * 4, metadata = in.U32();
+        in.Require(metadata == 0 || !exact_, "metadata");
+        frame.next = padded + (metadata + 3) / 4 * 4;
         in.Require(frame.next <= limit, "the block reaches past the end of what holds it");
-        for (std::size_t i = frame.end; i < frame.next; ++i) in.Require(bytes_[i] == 0, "the padding is not zero");
+        for (std::size_t i = frame.end; i < padded; ++i) in.Require(bytes_[i] == 0, "the padding is not zero");
         return frame;
     }
 
     void ReadBlock(const Frame& frame, U3dBitReader& in) {
         if (frame.type == 0xFFFFFF14) return ReadChain(in, frame.end);
+        const bool resource = frame.type >= 0xFFFFFF52 && frame.type <= 0xFFFFFF54;
+        const bool known = resource || frame.type == 0xFFFFFF15 || frame.type == 0xFFFFFF3B || frame.type == 0xFFFFFF3C;
+        if (!known && !exact_) return;
         if (frame.type == 0xFFFFFF3B || frame.type == 0xFFFFFF3C) {
             ReadContinuation(frame.type == 0xFFFFFF3B, in);
         } else if (frame.type == 0xFFFFFF15) {
@@ -163,7 +169,7 @@ private:
     }
 
     std::string NewName(U3dBitReader& in, std::set<std::string>& names) {
-        const std::string name = in.String();
+        std::string name = in.String();
         in.Require(names.insert(name).second, "a second \"" + name + "\"");
         return name;
     }
@@ -186,6 +192,12 @@ private:
             node.resource = subject.String();
             node.visibility = subject.Below(subject.U32(), 4, "visibility");
             shaders = &node.shaders;
+        } else if ((first.type == 0xFFFFFF21 || first.type == 0xFFFFFF23) && !ofMesh && !exact_) {
+            // A group, or a light, which shows nothing itself.
+            U3dContent::Node& node = content_.nodes.emplace_back();
+            node.name = name;
+            ReadParent(subject, node.parent, node.matrix);
+            return;
         } else if (first.type == 0xFFFFFF24 && !ofMesh) {
             content_.views.emplace_back().name = name;
             ReadView(subject, content_.views.back());
@@ -283,7 +295,7 @@ private:
         nodes_.insert("");  // the world
         for (const auto& node : content_.nodes) {
             known(nodes_, node.parent);
-            known(meshes_, node.resource);
+            if (!node.resource.empty() || exact_) known(meshes_, node.resource);
             for (const auto& name : node.shaders) known(shaders_, name);
         }
         for (const auto& view : content_.views) {
@@ -295,6 +307,7 @@ private:
     }
 
     const std::vector<unsigned char>& bytes_;
+    const bool exact_;
     U3dContent content_;
     std::uint32_t priority_ = 0;
     std::set<std::string> nodes_, meshes_, shaders_, materials_, viewResources_;
@@ -302,6 +315,6 @@ private:
 
 }  // namespace
 
-U3dContent DecodeU3d(const std::vector<unsigned char>& bytes) { return Decoder(bytes).Decode(); }
+U3dContent DecodeU3d(const std::vector<unsigned char>& bytes, bool exact) { return Decoder(bytes, exact).Decode(); }
 
 }  // namespace tessera::host

@@ -17,7 +17,7 @@ struct U3dContent {
     struct Node {
         std::string name, parent;  // the parent "" is the world
         Matrix matrix{};
-        std::string resource;
+        std::string resource;  // empty for a group
         std::uint32_t visibility = 0;
         std::vector<std::string> shaders;  // of a shading modifier in the node's chain
     };
@@ -78,7 +78,8 @@ struct U3dContent {
 
 // Knows triangle meshes with diffuse colours, base and progressive, with their materials, shaders, model and view
 // nodes; the engine's own writer of the format shares nothing with it. Throws std::runtime_error that names the byte,
-// for a breach of the format and for what it does not know.
-U3dContent DecodeU3d(const std::vector<unsigned char>& bytes);
+// for a breach of the format and for what it does not know. Not `exact`, it passes over metadata and blocks of other
+// kinds, takes groups and lights for nodes that show nothing, and allows what widespread writers do otherwise.
+U3dContent DecodeU3d(const std::vector<unsigned char>& bytes, bool exact = true);
 
 }  // namespace tessera::host

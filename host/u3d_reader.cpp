@@ -88,7 +88,8 @@ private:
     };
 
     bool IsShown(const U3dContent::Node& node) const {
-        return node.visibility != 0 && !meshes_.at(node.resource)->faces.empty();
+        const auto mesh = meshes_.find(node.resource);
+        return node.visibility != 0 && mesh != meshes_.end() && !mesh->second->faces.empty();
     }
 
     // The engine gives an assembly without geometry a box of its own, so only what shows something gets in.
@@ -245,7 +246,7 @@ nlohmann::json ReadU3d(const std::string& path, bool countPoints, ModelWriter& w
     std::ifstream file(path, std::ios::binary);
     const std::vector<unsigned char> bytes{std::istreambuf_iterator<char>(file), {}};
     if (!file) throw Failure("cannot be read");
-    const U3dContent content = DecodeU3d(bytes);
+    const U3dContent content = DecodeU3d(bytes, false);
     return U3dFlattener(content, countPoints, writer).Run(Title(path));
 }
 

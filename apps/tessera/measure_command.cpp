@@ -109,7 +109,7 @@ std::string Text(const Measures& m) {
     line("volume", number(m.volume), " cubic units");
     line("surface area", number(m.area), " square units");
     line("projected area", number(m.projected), " square units, each part on its own xy plane");
-    line("centre of mass", PointText(m.center), "");
+    line("centre of mass", m.volume == 0 ? "none, as nothing is closed" : PointText(m.center), "");
     line("box", PointText(m.box.min) + " to " + PointText(m.box.max), "");
     if (m.section) line("section length", number(*m.section), " units");
     return text + "Units are those of the file.\n";

@@ -1,11 +1,28 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <new>
 
 #include "rehearsal.h"
 #include "window.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int Fail(const char* reason) {
+    std::fprintf(stderr, "tessera-viewer: %s\n", reason);
+    return 1;
+}
+
+// "WIDTHxHEIGHT". Throws CLI::ValidationError.
+void ParseSize(const std::string& size, tessera::viewer::WindowOptions& options) {
+    char end = 0;
+    const bool numbers = std::sscanf(size.c_str(), "%dx%d%c", &options.width, &options.height, &end) == 2;
+    if (numbers && options.width >= 640 && options.height >= 400 && options.width <= 8192 && options.height <= 8192)
+        return;
+    throw CLI::ValidationError("--size", "not from 640x400 to 8192x8192: " + size);
+}
+
+int Run(int argc, char** argv) {
     tessera::viewer::WindowOptions options;
     std::string output, size = "1280x800";
     std::vector<std::string> steps;
@@ -23,24 +40,27 @@ int main(int argc, char** argv) {
     app.footer("Exit status: 0 done, 1 failed, 2 wrong usage.");
     try {
         app.parse(argc, argv);
-        char end = 0;
-        if (std::sscanf(size.c_str(), "%dx%d%c", &options.width, &options.height, &end) != 2 || options.width < 640 ||
-            options.height < 400 || options.width > 8192 || options.height > 8192) {
-            throw CLI::ValidationError("--size", "not from 640x400 to 8192x8192: " + size);
-        }
+        ParseSize(size, options);
         if (!steps.empty() && output.empty()) throw CLI::ValidationError("--do", "needs --screenshot");
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
-    try {
-        if (output.empty()) {
-            tessera::viewer::RunWindow(options);
-        } else {
-            for (const std::string& line : tessera::viewer::Rehearse(options, steps, output)) std::puts(line.c_str());
-        }
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "tessera-viewer: %s\n", error.what());
-        return 1;
+    if (output.empty()) {
+        tessera::viewer::RunWindow(options);
+        return 0;
     }
-    return 0;
+    for (const std::string& line : tessera::viewer::Rehearse(options, steps, output)) std::puts(line.c_str());
+    return std::fflush(stdout) == 0 ? 0 : Fail("standard output cannot be written");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        return Fail("out of memory");
+    } catch (const std::exception& error) {
+        return Fail(error.what());
+    }
 }

@@ -338,11 +338,13 @@ void Viewer::ShowStatus() {
                            fraction < 0 ? "" : nullptr);
         ImGui::SameLine();
         ImGui::Text("reading %s", session_.LoadingPath().c_str());
+    } else if (!message_.empty()) {
+        ImGui::TextUnformatted(message_.c_str());
     } else if (hovered_) {
         ImGui::Text("%s   %.5g, %.5g, %.5g", hovered_->path.c_str(), hovered_->point[0], hovered_->point[1],
                     hovered_->point[2]);
     } else {
-        ImGui::TextUnformatted(message_.empty() ? ruler_.Hint() : message_.c_str());
+        ImGui::TextUnformatted(ruler_.Hint());
     }
     char right[64];
     std::snprintf(right, sizeof right, "%llu triangles", static_cast<unsigned long long>(session_.Tree().triangles));

@@ -15,14 +15,11 @@ namespace {
 
 double Middle(const host::Box& box, std::size_t axis) { return (box.min[axis] + box.max[axis]) / 2; }
 
-double Determinant(const host::Vec3& a, const host::Vec3& b, const host::Vec3& c) {
-    return a[0] * (b[1] * c[2] - b[2] * c[1]) - a[1] * (b[0] * c[2] - b[2] * c[0]) + a[2] * (b[0] * c[1] - b[1] * c[0]);
-}
-
-void Widen(host::Box& box, const host::Box& other) {
-    for (std::size_t i = 0; i < 3; ++i) {
-        box.min[i] = std::min(box.min[i], other.min[i]);
-        box.max[i] = std::max(box.max[i], other.max[i]);
+void Widen(std::optional<host::Box>& box, const std::optional<host::Box>& other) {
+    if (!box) box = other;
+    for (std::size_t i = 0; other && i < 3; ++i) {
+        box->min[i] = std::min(box->min[i], other->min[i]);
+        box->max[i] = std::max(box->max[i], other->max[i]);
     }
 }
 
@@ -53,7 +50,7 @@ bool Session::Load() {
         source_.reset();
         queue_.pop_front();
     } catch (const host::Failure& failure) {
-        complaints.push_back(failure.what());
+        complaints.emplace_back(failure.what());
         source_.reset();
         queue_.pop_front();
         return false;
@@ -61,7 +58,6 @@ bool Session::Load() {
     for (const host::LoadedPart& part : models_.back().parts) triangles_[part.id] = part.triangles;
     reduced_ = false;
     Refresh();
-    ApplySection();
     return true;
 }
 
@@ -107,22 +103,29 @@ void Session::Refresh() {
     ApplyExplosion();
 }
 
-host::Box Session::BoxOf(const std::set<int>& nodes) const {
-    host::Box sum, box;
-    bool any = false;
-    for (const int node : nodes) {
-        if (!host::BoxOf(*scene_, node, box)) continue;
-        if (any) Widen(sum, box);
-        if (!any) sum = box;
-        any = true;
+const TreeNode* Session::Find(int node) const {
+    std::vector<const TreeNode*> waiting{&tree_};
+    while (!waiting.empty()) {
+        const TreeNode* at = waiting.back();
+        waiting.pop_back();
+        if (at->id == node) return at;
+        for (const TreeNode& child : at->children) waiting.push_back(&child);
     }
-    return any ? sum : box_;
+    return nullptr;
+}
+
+host::Box Session::BoxOf(const std::set<int>& nodes) const {
+    std::optional<host::Box> sum;
+    for (const int node : nodes) {
+        if (const TreeNode* found = Find(node)) Widen(sum, found->seen);
+    }
+    return sum.value_or(box_);
 }
 
 NodeFacts Session::FactsOf(int node) const {
     NodeFacts facts;
     facts.path = host::PathOf(*scene_, node);
-    host::BoxOf(*scene_, node, facts.box);
+    if (const TreeNode* found = Find(node)) facts.box = found->rest.value_or(host::Box());
     for (const int instance : host::InstancesOf(*scene_, node)) {
         int part = 0, err = 0;
         if (scene_->GetPartID(instance, &part, &err) < 0) continue;
@@ -147,9 +150,9 @@ void Session::Measure(int node, NodeFacts& facts) const {
         scene_->GetCenterOfMass(instance, center, center + 1, center + 2, &err);
         // The engine has the scale of the instance itself in its volume already, and none in its area.
         volume *= std::pow(own / host::ScaleOf(*scene_, parent), 3);
-        if (!std::isfinite(volume) || volume == 0) continue;
+        if (std::isfinite(area)) areas += area * own * own;
+        if (!std::isfinite(volume) || volume == 0) continue;  // open, or nothing
         volumes += volume;
-        areas += area * own * own;
         for (std::size_t i = 0; i < 3; ++i) moment[i] += volume * center[i];
     }
     facts.volume = volumes;
@@ -200,7 +203,7 @@ void Session::Isolate() {
     int err = 0;
     for (const int instance : host::InstancesOf(*scene_, 0)) scene_->EnableDrawing(instance, 0, &err);
     for (const int node : selected_) {
-        for (const int instance : host::InstancesOf(*scene_, node)) scene_->EnableDrawing(instance, 1, &err);
+        ShowBelow(node);
         // What stands above was perhaps hidden by hand.
         for (int above = node; above > 0 && scene_->GetParent(above, &above) >= 0;) {
             if (above > 0) scene_->EnableDrawing(above, 1, &err);
@@ -209,15 +212,21 @@ void Session::Isolate() {
     ApplyExplosion();
 }
 
-void Session::ShowAll() {
-    std::vector<const TreeNode*> waiting{&tree_};
+void Session::ShowBelow(int node) {
+    const TreeNode* top = Find(node);
+    std::vector<const TreeNode*> waiting;
+    if (top != nullptr) waiting.push_back(top);
     int err = 0;
     while (!waiting.empty()) {
-        const TreeNode* node = waiting.back();
+        const TreeNode* at = waiting.back();
         waiting.pop_back();
-        scene_->EnableDrawing(node->id, 1, &err);
-        for (const TreeNode& child : node->children) waiting.push_back(&child);
+        scene_->EnableDrawing(at->id, 1, &err);
+        for (const TreeNode& child : at->children) waiting.push_back(&child);
     }
+}
+
+void Session::ShowAll() {
+    ShowBelow(0);
     ApplyExplosion();
 }
 
@@ -286,69 +295,52 @@ void Session::ApplySection() {
     if (section.on) scene_->SetCrossSectionPlane(0, point, normal, &err);
 }
 
+// Parts go apart from where they are at rest, so they are put there first.
 void Session::ApplyExplosion() {
-    moves_.clear();
-    host::Box whole;
-    box_ = host::BoxOf(*scene_, 0, whole) ? whole : host::Box{{-1, -1, -1}, {1, 1, 1}};
+    Settle(tree_);
     Spread(tree_, {});
+    box_ = tree_.seen.value_or(host::Box{{-1, -1, -1}, {1, 1, 1}});
+    ApplySection();
+}
+
+// The engine's own box of an assembly counts what is hidden as a cube about the origin, so instances are united here.
+void Session::Settle(TreeNode& node) {
+    double unmoved[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    int err = 0;
+    scene_->SetExplodeTransform(node.id, unmoved, &err);
+    node.rest.reset();
+    for (TreeNode& child : node.children) {
+        Settle(child);
+        Widen(node.rest, child.rest);
+    }
+    host::Box own;
+    if (!IsShown(node.id)) node.rest.reset();
+    if (!node.assembly && IsShown(node.id) && host::BoxOf(*scene_, node.id, own)) node.rest = own;
 }
 
 // Moves the children of an assembly away from its middle, and theirs from theirs. `moved` is what moves all of them.
-void Session::Spread(const TreeNode& node, const host::Vec3& moved) {
-    host::Box whole;
-    const bool several = node.children.size() > 1 && host::BoxOf(*scene_, node.id, whole);
-    int err = 0;
-    for (const TreeNode& child : node.children) {
-        host::Box own;
-        double matrix[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-        if (!host::BoxOf(*scene_, child.id, own)) continue;
+void Session::Spread(TreeNode& node, const host::Vec3& moved) {
+    node.seen.reset();
+    if (!node.rest) return;
+    if (!node.assembly) {
+        node.seen = node.rest;
+        for (std::size_t i = 0; i < 3; ++i) node.seen->min[i] += moved[i], node.seen->max[i] += moved[i];
+        return;
+    }
+    for (TreeNode& child : node.children) {
         host::Vec3 sum = moved;
-        for (std::size_t i = 0; i < 3; ++i) {
-            if (several) matrix[12 + i] = explosion * (Middle(own, i) - Middle(whole, i));
-            sum[i] += matrix[12 + i];
-            own.min[i] += sum[i];
-            own.max[i] += sum[i];
+        if (child.rest && node.children.size() > 1 && explosion > 0) {
+            double matrix[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+            for (std::size_t i = 0; i < 3; ++i) {
+                matrix[12 + i] = explosion * (Middle(*child.rest, i) - Middle(*node.rest, i));
+                sum[i] += matrix[12 + i];
+            }
+            int err = 0;
+            scene_->SetExplodeTransform(child.id, matrix, &err);
         }
-        scene_->SetExplodeTransform(child.id, matrix, &err);
-        if (several) moves_.push_back({child.id, {matrix[12], matrix[13], matrix[14]}});
-        if (!child.assembly) Widen(box_, own);
         Spread(child, sum);
+        Widen(node.seen, child.seen);
     }
-}
-
-// A displacement in the world as the frame of a node's parent has it.
-host::Vec3 Session::InParentOf(int node, const host::Vec3& move) const {
-    host::Placement above = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-    int err = 0;
-    for (int up = node; scene_->GetParent(up, &up) >= 0 && up > 0;) {
-        host::Placement own;
-        scene_->GetTransform(up, own.data(), &err);
-        above = host::Product(above, own);
-    }
-    // By Cramer's rule on x m = move.
-    const auto& m = above;
-    const host::Vec3 a{m[0], m[1], m[2]}, b{m[4], m[5], m[6]}, c{m[8], m[9], m[10]};
-    const double whole = Determinant(a, b, c);
-    if (whole == 0) return {};
-    return {Determinant(move, b, c) / whole, Determinant(a, move, c) / whole, Determinant(a, b, move) / whole};
-}
-
-std::optional<host::Found> Session::Find(const Ruler& ruler, host::Cursor& cursor) const {
-    // Picks know nothing of explode matrices: the parts are put to where they are seen for as long as it takes.
-    std::vector<std::pair<int, host::Placement>> kept;
-    int err = 0;
-    for (const auto& [node, move] : moves_) {
-        if (explosion == 0) break;
-        host::Placement placement;
-        if (scene_->GetTransform(node, placement.data(), &err) < 0) continue;
-        kept.push_back({node, placement});
-        const host::Vec3 inParent = InParentOf(node, move);
-        for (std::size_t i = 0; i < 3; ++i) placement[12 + i] += inParent[i];
-        scene_->SetTransform(node, placement.data(), &err);
-    }
-    std::optional<host::Found> found = ruler.Find(*scene_, cursor);
-    for (auto& [node, placement] : kept) scene_->SetTransform(node, placement.data(), &err);
-    return found;
 }
 
 void Session::Reduce() {

@@ -10,11 +10,9 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "model_source.h"
-#include "ruler.h"
 #include "scene_picture.h"
 
 namespace tessera::viewer {
@@ -26,6 +24,8 @@ struct TreeNode {
     std::string name;
     std::uint64_t triangles = 0;  // at and below it
     std::vector<TreeNode> children;
+    // Of what is shown at and below it: as the model has it, and where it is seen.
+    std::optional<host::Box> rest, seen;
 };
 
 // The plane that models are cut by.
@@ -76,6 +76,7 @@ public:
     host::UpAxis Up() const { return models_.empty() ? host::UpAxis::kZ : models_[0].up; }
     // Of all that is shown, as it is drawn.
     const host::Box& ShownBox() const { return box_; }
+    // Of what is shown of these, where it is seen.
     host::Box BoxOf(const std::set<int>& nodes) const;
     NodeFacts FactsOf(int node) const;
     // Adds volume, area and centre of mass.
@@ -107,8 +108,6 @@ public:
     // How far the children of each assembly stand apart, in distances from its middle.
     float explosion = 0;
     void ApplyExplosion();
-    // What the ruler finds under a cursor, where it is seen.
-    std::optional<host::Found> Find(const Ruler& ruler, host::Cursor& cursor) const;
     // Makes levels of detail, for once; until then nothing is drawn reduced.
     void Reduce();
     bool IsReduced() const { return reduced_; }
@@ -118,9 +117,11 @@ public:
 
 private:
     TreeNode ReadTree(int node) const;
-    void Spread(const TreeNode& node, const host::Vec3& moved);
+    void ShowBelow(int node);
+    void Settle(TreeNode& node);
+    void Spread(TreeNode& node, const host::Vec3& moved);
+    const TreeNode* Find(int node) const;
     void Refresh();
-    host::Vec3 InParentOf(int node, const host::Vec3& move) const;
 
     host::Scene scene_;
     std::deque<std::string> queue_;
@@ -130,7 +131,6 @@ private:
     std::map<int, std::uint64_t> triangles_;  // of parts
     TreeNode tree_;
     std::set<int> selected_;
-    std::vector<std::pair<int, host::Vec3>> moves_;  // of the nodes that are apart, in the world
     host::Box box_;
     bool reduced_ = false;
 };

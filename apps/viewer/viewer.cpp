@@ -54,6 +54,7 @@ void Viewer::ShowAll() {
 }
 
 bool Viewer::Key(int key, bool shift) {
+    message_.clear();
     constexpr host::View kViews[] = {host::View::kIso,   host::View::kFront, host::View::kBack,  host::View::kLeft,
                                      host::View::kRight, host::View::kTop,   host::View::kBottom};
     if (key >= '0' && key <= '6') {
@@ -77,7 +78,7 @@ bool Viewer::Key(int key, bool shift) {
         case 'R': ruler_.Use(Tool::kRadius); return true;
         case 'A': ruler_.Use(Tool::kAngle); return true;
         case 'O': openDialog_ = true; return true;
-        case 'W': saveDialog_ = true; return true;
+        case 'W': saveDialog_ = !session_.IsEmpty(); return true;
         case '?': help_ = !help_; return true;
         case 27:  // escape
             if (ruler_.Using() == Tool::kSelect) session_.ClearSelection();
@@ -98,9 +99,10 @@ host::Cursor Viewer::CursorAt(const ImVec2& place) const {
 }
 
 void Viewer::Click(const ImVec2& place, bool add) {
+    message_.clear();
     if (session_.IsEmpty()) return;
     host::Cursor cursor = CursorAt(place);
-    const std::optional<host::Found> found = session_.Find(ruler_, cursor);
+    const std::optional<host::Found> found = ruler_.Find(session_.Scene(), cursor);
     if (ruler_.Using() != Tool::kSelect) {
         if (found) ruler_.Take(*found);
     } else if (found) {
@@ -132,7 +134,7 @@ void Viewer::HandleMouse() {
     if (hand_ == Hand::kNone && inside) {
         if (ImGui::IsMouseDoubleClicked(0)) {
             host::Cursor cursor = CursorAt(place);
-            const auto found = session_.Find(Ruler(), cursor);
+            const auto found = Ruler().Find(session_.Scene(), cursor);
             if (found) navigation_.SetPivot(found->point);
         } else if (ImGui::IsMouseClicked(0)) {
             hand_ = io.KeyShift ? Hand::kPan : Hand::kOrbit;
@@ -167,7 +169,7 @@ void Viewer::HandleMouse() {
     const bool elsewhere = place.x != hoveredAt_.x || place.y != hoveredAt_.y;
     if (inside && hand_ == Hand::kNone && !inMotion_ && still && elsewhere && !session_.IsEmpty()) {
         host::Cursor cursor = CursorAt(place);
-        hovered_ = session_.Find(ruler_, cursor);
+        hovered_ = ruler_.Find(session_.Scene(), cursor);
         hoveredAt_ = place;
     }
     if (inMotion_) hoveredAt_ = {-1, -1};
@@ -190,7 +192,8 @@ void Viewer::DrawPicture(int windowHeight) {
     scene.SetViewingType(0, navigation_.Parallel() ? 1 : 0, &err);
     host::Drawing drawing = drawing_;
     drawing.exploded = session_.explosion > 0;
-    if (session_.section.on && session_.section.shown) drawing.plane = session_.Plane();
+    // The engine shows the plane with the lines of the cut as the model has them, not as it stands apart.
+    if (session_.section.on && session_.section.shown && !drawing.exploded) drawing.plane = session_.Plane();
     if (inMotion_ && reduceInMotion_ && session_.IsReduced()) drawing.acceleration = 40.0F;
     if (!inMotion_) scene.ResetAcceleration();
 

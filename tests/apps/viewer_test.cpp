@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <sstream>
+#include <tuple>
 
 #include "navigation.h"
 #include "png_file.h"
@@ -67,7 +69,7 @@ TEST_F(Viewer, SelectsHidesCutsAndMoves) {
         double least, most;  // pixels, in those of the first picture
         bool selected;
     } cases[] = {
-        {{"click " + at}, 1, 1, true},
+        {{"wheel 300 " + at, "wheel -300 " + at, "key 0", "click " + at}, 1, 1, true},
         {{"key escape"}, 1, 1, false},
         {{"click " + at, "ctrl+click " + at}, 1, 1, false},
         {{"click " + at, "click 300,40"}, 1, 1, false},
@@ -143,6 +145,40 @@ TEST_F(Viewer, Measures) {
         const Outcome done = Run({Path(c.model)}, c.steps);
         EXPECT_EQ(done.out, c.said) << done.err << c.steps.back();
     }
+}
+
+// Parts that stand apart are found where they are seen, stand as far apart as the slider says however it got there, and
+// what is hidden counts for nothing.
+TEST_F(Viewer, TakesApart) {
+    const std::string cube = CubeObj("none.mtl");
+    std::string two = "o near\n" + cube.substr(cube.find("v ")) + "o far\n";
+    std::istringstream lines(cube.substr(cube.find("v ")));
+    for (std::string kind, line; lines >> kind && std::getline(lines, line);) {
+        std::istringstream numbers(line);
+        int x = 0, y = 0, z = 0, w = 0;
+        if (kind == "v" && numbers >> x >> y >> z)
+            two += "v " + std::to_string(x + 4) + " " + std::to_string(y) + " " + std::to_string(z) + "\n";
+        if (kind == "f" && numbers >> x >> y >> z >> w)
+            two += "f " + std::to_string(x + 8) + " " + std::to_string(y + 8) + " " + std::to_string(z + 8) + " " +
+                   std::to_string(w + 8) + "\n";
+    }
+    const std::string model = Write("two.obj", two);
+    const Image ground = Ground();
+    const auto seen = [&](Steps steps) {
+        steps.insert(steps.begin(), {"key P", "key 1"});
+        return Look(Show(model, steps), ground);
+    };
+    // The slider at one place, and there again after another place and after a part was hidden and shown.
+    const std::string slide = "click 740,196", more = "click 780,196";
+    const Seen apart = seen({slide, "key F", "move 1,1"});
+    const Seen again = seen({slide, more, slide, "click 39,91", "click 39,91", "key F", "move 1,1"});
+    EXPECT_EQ(std::tuple(apart.pixels, apart.left, apart.right), std::tuple(again.pixels, again.left, again.right));
+    const std::string edge = std::to_string(apart.left + 1) + ",246", face = std::to_string(apart.left + 6) + ",246";
+    EXPECT_NEAR(seen({slide, "key F", "click " + face}).yellow, apart.pixels / 2, apart.pixels / 8);
+    const Outcome measured = Run({model}, {"key P", "key 1", slide, "key F", "key L", "click " + edge});
+    EXPECT_EQ(measured.out, "length 1\n") << measured.err;
+    // What is left when one is hidden fills the picture.
+    EXPECT_GT(seen({"click 39,91", "key F", "move 1,1"}).pixels, 5 * apart.pixels);
 }
 
 TEST_F(Viewer, RefusesWithAReason) {
