@@ -211,6 +211,8 @@ void Viewer::DrawPicture(int windowHeight) {
 
 bool Viewer::Frame(int width, int height) {
     const bool wasEmpty = session_.IsEmpty();
+    // The process that reads is split off this one, best while the driver's threads rest.
+    if (session_.IsLoading()) glFinish();
     if (session_.Load()) {
         if (wasEmpty) LookFrom(host::View::kIso);
         std::uint64_t triangles = 0;

@@ -198,8 +198,9 @@ private:
     // geometry/trimesh_tolerance.cpp
     void RemoveCollapsed();
     void MergeVertices();
+    struct Fan;
     void MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, std::uint32_t merged,
-                   std::vector<TriangleIndex>& moved, bool first);
+                   std::vector<TriangleIndex>& moved, bool first, Fan& fan);
 
     // query/trimesh_pick.cpp
     struct PickedEdge {

@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <unordered_map>
+#include <utility>
 
 #include "geometry/trimesh.h"
 
@@ -9,6 +11,8 @@ namespace tessera {
 namespace {
 
 constexpr float kLeastChange = 1e-5f;
+// With more triangles around a vertex than that, finding those with a common edge first pays.
+constexpr std::size_t kLargeFan = 48;
 
 // The vertices that wait to be merged, in hashed cubes twice as wide as the tolerance: all that may equal a
 // vertex stand in the eight cubes nearest to it.
@@ -18,7 +22,7 @@ public:
     bool IsWaiting(std::uint32_t v) const { return waiting_[v]; }
     void Remove(std::uint32_t v) { waiting_[v] = false; }
     // Those that equal v, in ascending order.
-    void FindEquals(std::uint32_t v, std::vector<std::uint32_t>& found) const;
+    void FindEquals(std::uint32_t v, std::vector<std::uint32_t>& found);
 
 private:
     double Scaled(std::uint32_t v, std::size_t axis) const { return vertices_[v][axis] * perUnit_; }
@@ -26,7 +30,7 @@ private:
 
     const std::vector<Vec3>& vertices_;
     double perUnit_;
-    std::vector<std::uint32_t> slotStart_, slotItems_;
+    std::vector<std::uint32_t> slotStart_, slotEnd_, slotItems_;  // what no longer waits is dropped when it is met
     std::vector<bool> waiting_;
 };
 
@@ -41,8 +45,8 @@ WaitingVertices::WaitingVertices(const std::vector<Vec3>& vertices, double toler
     }
     for (std::size_t s = 1; s < slotStart_.size(); ++s) slotStart_[s] += slotStart_[s - 1];
     slotItems_.resize(vertices.size());
-    std::vector<std::uint32_t> next(slotStart_.begin(), slotStart_.end() - 1);
-    for (std::uint32_t v = 0; v < vertices.size(); ++v) slotItems_[next[slots[v]]++] = v;
+    slotEnd_.assign(slotStart_.begin(), slotStart_.end() - 1);
+    for (std::uint32_t v = 0; v < vertices.size(); ++v) slotItems_[slotEnd_[slots[v]]++] = v;
 }
 
 std::size_t WaitingVertices::SlotOf(const double cube[3]) const {
@@ -52,7 +56,7 @@ std::size_t WaitingVertices::SlotOf(const double cube[3]) const {
     return (hash >> 32) & (slotStart_.size() - 2);
 }
 
-void WaitingVertices::FindEquals(std::uint32_t v, std::vector<std::uint32_t>& found) const {
+void WaitingVertices::FindEquals(std::uint32_t v, std::vector<std::uint32_t>& found) {
     found.clear();
     double near[3], other[3];  // the cube that holds v, and the nearest one beside it
     for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -64,15 +68,28 @@ void WaitingVertices::FindEquals(std::uint32_t v, std::vector<std::uint32_t>& fo
         const double cube[3] = {corner & 1 ? other[0] : near[0], corner & 2 ? other[1] : near[1],
                                 corner & 4 ? other[2] : near[2]};
         const std::size_t slot = SlotOf(cube);
-        for (std::uint32_t at = slotStart_[slot]; at < slotStart_[slot + 1]; ++at)
-            if (waiting_[slotItems_[at]] && PointsEqual(vertices_[v], vertices_[slotItems_[at]]))
-                found.push_back(slotItems_[at]);
+        std::uint32_t left = slotStart_[slot];
+        for (std::uint32_t at = left; at < slotEnd_[slot]; ++at) {
+            const std::uint32_t item = slotItems_[at];
+            if (!waiting_[item]) continue;
+            slotItems_[left++] = item;
+            if (PointsEqual(vertices_[v], vertices_[item])) found.push_back(item);
+        }
+        slotEnd_[slot] = left;
     }
     std::sort(found.begin(), found.end());
     found.erase(std::unique(found.begin(), found.end()), found.end());
 }
 
 }  // namespace
+
+// The free edges of the triangles around a vertex, by their ends: place in the list of all around it, the first `known`
+// of which have been looked at, and edge. Some are no longer free.
+struct CTriMesh::Fan {
+    std::unordered_map<std::uint64_t, std::vector<std::pair<std::uint32_t, int>>> byEdge;
+    std::size_t known = 0;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;  // to try; kept for its memory
+};
 
 void CTriMesh::SetPointTolerance(float tolerance) {
     const ReadLock lock(*this);
@@ -147,9 +164,10 @@ void CTriMesh::MergeVertices() {
     for (std::uint32_t v = 0; v < vertices_.size(); ++v) {
         waiting.Remove(v);
         waiting.FindEquals(v, equal);
+        Fan fan;
         for (const std::uint32_t other : equal) {
             waiting.Remove(other);
-            MergeInto(v, usesOf(v), other, usesOf(other), other == equal.front());
+            MergeInto(v, usesOf(v), other, usesOf(other), other == equal.front(), fan);
         }
     }
     std::vector<TriangleIndex> incident;
@@ -168,23 +186,47 @@ void CTriMesh::MergeVertices() {
 // On the first merge at a vertex the triangles that were there all along are tried with each other too: the
 // removal of collapsed ones may have left some without a neighbour.
 void CTriMesh::MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, std::uint32_t merged,
-                         std::vector<TriangleIndex>& moved, bool first) {
+                         std::vector<TriangleIndex>& moved, bool first, Fan& fan) {
     for (const TriangleIndex i : moved)
         for (std::uint32_t& v : triangles_[i].vertex)
             if (v == merged) v = kept;
-    const std::size_t before = all.size();
+    const std::size_t firstNew = first ? 0 : all.size();
     all.insert(all.end(), moved.begin(), moved.end());
     moved.clear();
-    std::vector<TriangleIndex> open;
-    std::size_t firstNew = 0;
-    for (std::size_t at = 0; at < all.size(); ++at) {
-        if (at == before) firstNew = open.size();
-        if (triangles_[all[at]].LacksNeighbour()) open.push_back(all[at]);
+    if (all.size() < kLargeFan) {
+        for (std::size_t a = 0; a < all.size(); ++a)
+            for (std::size_t b = a < firstNew ? firstNew : 0; b < all.size() && triangles_[all[a]].LacksNeighbour();
+                 ++b)
+                if (triangles_[all[b]].LacksNeighbour()) LinkTriangles(all[a], all[b]);
+        return;
     }
-    if (first) firstNew = 0;
-    for (std::size_t a = 0; a < open.size(); ++a)
-        for (std::size_t b = a < firstNew ? firstNew : 0; b < open.size() && triangles_[open[a]].LacksNeighbour(); ++b)
-            LinkTriangles(open[a], open[b]);
+    // The same pairs in the same order, but for those without an edge that is free in both.
+    const auto isFree = [&](std::size_t at, int edge) { return triangles_[all[at]].neighbour[edge] == kNoTriangle; };
+    const auto keyOf = [&](std::size_t at, int edge) {
+        const TriMeshTriangle& t = triangles_[all[at]];
+        const auto [low, high] = std::minmax(t.vertex[edge], t.vertex[NextCorner(edge)]);
+        return std::uint64_t{low} << 32 | high;
+    };
+    for (; fan.known < all.size(); ++fan.known)
+        for (int edge = 0; edge < 3; ++edge)
+            if (isFree(fan.known, edge))
+                fan.byEdge[keyOf(fan.known, edge)].push_back({static_cast<std::uint32_t>(fan.known), edge});
+    fan.pairs.clear();
+    for (std::size_t at = firstNew; at < all.size(); ++at)
+        for (int edge = 0; edge < 3; ++edge) {
+            if (!isFree(at, edge)) continue;
+            auto& there = fan.byEdge[keyOf(at, edge)];
+            there.erase(
+                std::remove_if(there.begin(), there.end(), [&](const auto& i) { return !isFree(i.first, i.second); }),
+                there.end());
+            for (const auto& [i, edgeOfI] : there) {
+                fan.pairs.push_back({static_cast<std::uint32_t>(at), i});
+                if (i < firstNew) fan.pairs.push_back({i, static_cast<std::uint32_t>(at)});
+            }
+        }
+    std::sort(fan.pairs.begin(), fan.pairs.end());
+    fan.pairs.erase(std::unique(fan.pairs.begin(), fan.pairs.end()), fan.pairs.end());
+    for (const auto& [a, b] : fan.pairs) LinkTriangles(all[a], all[b]);
 }
 
 }  // namespace tessera
