@@ -98,6 +98,27 @@ TEST_F(ConvertCommand, BringsModelsBack) {
     }
 }
 
+// Writers differ: in the size that they declare, in metadata, and in blocks that say what nobody here asks for.
+TEST_F(ConvertCommand, TakesU3dOfOthers) {
+    const std::string cube = Write("cube.obj", CubeObj("none.mtl")), own = Content(Convert(cube, "a.u3d"));
+    const auto put = [](std::string& text, std::size_t at, std::size_t value) {
+        for (std::size_t i = 0; i < 4; ++i) text[at + i] = static_cast<char>(value >> 8 * i);
+    };
+    std::string other = own;
+    other.insert(36, std::string("\x99\xFF\xFF\xFF\2\0\0\0\4\0\0\0ab\0\0meta", 20));
+    put(other, 20, 36);
+    put(other, 24, other.size());
+    const json told = Info(Write("b.u3d", other));
+    EXPECT_EQ(told.at("totals"), Info(Path("a.u3d")).at("totals"));
+    EXPECT_EQ(told.at("totals").at("trianglesPlaced"), 12);
+    EXPECT_EQ(told.at("files")[0].at("format"), "U3D");
+    for (const std::string& damaged : {other.substr(0, 30), own.substr(0, own.size() - 8), own + "more"}) {
+        const Outcome refused = Tessera({"info", Write("c.u3d", damaged)});
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_EQ(refused.err.rfind("tessera: " + Path("c.u3d") + ": byte ", 0), 0U) << refused.err;
+    }
+}
+
 TEST_F(ConvertCommand, WritesWhatTheNameSays) {
     const std::string cube = Write("cube.obj", CubeObj("none.mtl"));
     EXPECT_EQ(Content(Convert(cube, "a.wrl")).substr(0, 10), "#VRML V2.0");
