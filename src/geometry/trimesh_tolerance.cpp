@@ -210,7 +210,7 @@ void CTriMesh::MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, st
     for (; fan.known < all.size(); ++fan.known)
         for (int edge = 0; edge < 3; ++edge)
             if (isFree(fan.known, edge))
-                fan.byEdge[keyOf(fan.known, edge)].push_back({static_cast<std::uint32_t>(fan.known), edge});
+                fan.byEdge[keyOf(fan.known, edge)].emplace_back(static_cast<std::uint32_t>(fan.known), edge);
     fan.pairs.clear();
     for (std::size_t at = firstNew; at < all.size(); ++at)
         for (int edge = 0; edge < 3; ++edge) {
@@ -220,8 +220,8 @@ void CTriMesh::MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, st
                 std::remove_if(there.begin(), there.end(), [&](const auto& i) { return !isFree(i.first, i.second); }),
                 there.end());
             for (const auto& [i, edgeOfI] : there) {
-                fan.pairs.push_back({static_cast<std::uint32_t>(at), i});
-                if (i < firstNew) fan.pairs.push_back({i, static_cast<std::uint32_t>(at)});
+                fan.pairs.emplace_back(static_cast<std::uint32_t>(at), i);
+                if (i < firstNew) fan.pairs.emplace_back(i, static_cast<std::uint32_t>(at));
             }
         }
     std::sort(fan.pairs.begin(), fan.pairs.end());
