@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <random>
 #include <vector>
 
 namespace {
@@ -162,9 +163,30 @@ void WidenTolerance(benchmark::State& state) {
     Report(state, soup.size() / 9);
 }
 
+// Loose triangles in a unit cube, and a tolerance that swallows many vertices into one: thousandths of the cube.
+void SwallowVertices(benchmark::State& state) {
+    std::mt19937 random(1);
+    std::uniform_real_distribution<float> place(0, 1), beside(-0.5F, 0.5F);
+    Soup soup;
+    for (std::int64_t t = 0; t < state.range(0); ++t) {
+        const float middle[3] = {place(random), place(random), place(random)};
+        for (std::size_t k = 0; k < 9; ++k) soup.push_back(middle[k % 3] + beside(random));
+    }
+    for (auto _ : state) {
+        state.PauseTiming();
+        Scene scene;
+        scene.Build(soup);
+        state.ResumeTiming();
+        int error = 0;
+        scene.component->SetPointTolerance(scene.instance, static_cast<float>(state.range(1)) / 1000, &error);
+    }
+    Report(state, soup.size() / 9);
+}
+
 }  // namespace
 
 BENCHMARK(BuildTorus)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(ImportTorus)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BuildRod)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(WidenTolerance)->Arg(40000)->Arg(400000)->Unit(benchmark::kMillisecond);
+BENCHMARK(SwallowVertices)->Args({200000, 5})->Args({200000, 50})->Args({50000, 300})->Unit(benchmark::kMillisecond);
