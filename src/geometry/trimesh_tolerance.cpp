@@ -187,10 +187,15 @@ void CTriMesh::MergeVertices() {
 // removal of collapsed ones may have left some without a neighbour.
 void CTriMesh::MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, std::uint32_t merged,
                          std::vector<TriangleIndex>& moved, bool first, Fan& fan) {
-    for (const TriangleIndex i : moved)
+    // A triangle that comes here with a second corner has other edges than it had, and is tried anew where it stands.
+    bool again = first;
+    for (const TriangleIndex i : moved) {
+        again = again || triangles_[i].CornerAt(kept) >= 0;
         for (std::uint32_t& v : triangles_[i].vertex)
             if (v == merged) v = kept;
-    const std::size_t firstNew = first ? 0 : all.size();
+    }
+    if (again) fan = Fan();
+    const std::size_t firstNew = again ? 0 : all.size();
     all.insert(all.end(), moved.begin(), moved.end());
     moved.clear();
     if (all.size() < kLargeFan) {
