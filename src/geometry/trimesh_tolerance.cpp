@@ -88,7 +88,9 @@ void WaitingVertices::FindEquals(std::uint32_t v, std::vector<std::uint32_t>& fo
 struct CTriMesh::Fan {
     std::unordered_map<std::uint64_t, std::vector<std::pair<std::uint32_t, int>>> byEdge;
     std::size_t known = 0;
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;  // to try; kept for its memory
+    // Of one merge; members for their memory's sake.
+    std::vector<std::uint32_t> fresh;                            // places to be tried with all others
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;  // to try
 };
 
 void CTriMesh::SetPointTolerance(float tolerance) {
@@ -188,14 +190,15 @@ void CTriMesh::MergeVertices() {
 void CTriMesh::MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, std::uint32_t merged,
                          std::vector<TriangleIndex>& moved, bool first, Fan& fan) {
     // A triangle that comes here with a second corner has other edges than it had, and is tried anew where it stands.
-    bool again = first;
+    fan.fresh.clear();
     for (const TriangleIndex i : moved) {
-        again = again || triangles_[i].CornerAt(kept) >= 0;
+        if (triangles_[i].CornerAt(kept) >= 0)
+            for (std::size_t at = 0; at < all.size(); ++at)
+                if (all[at] == i) fan.fresh.push_back(static_cast<std::uint32_t>(at));
         for (std::uint32_t& v : triangles_[i].vertex)
             if (v == merged) v = kept;
     }
-    if (again) fan = Fan();
-    const std::size_t firstNew = again ? 0 : all.size();
+    const std::size_t firstNew = first || !fan.fresh.empty() ? 0 : all.size(), before = all.size();
     all.insert(all.end(), moved.begin(), moved.end());
     moved.clear();
     if (all.size() < kLargeFan) {
@@ -212,21 +215,28 @@ void CTriMesh::MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, st
         const auto [low, high] = std::minmax(t.vertex[edge], t.vertex[NextCorner(edge)]);
         return std::uint64_t{low} << 32 | high;
     };
-    for (; fan.known < all.size(); ++fan.known)
+    const auto enter = [&](std::uint32_t at) {
         for (int edge = 0; edge < 3; ++edge)
-            if (isFree(fan.known, edge))
-                fan.byEdge[keyOf(fan.known, edge)].emplace_back(static_cast<std::uint32_t>(fan.known), edge);
+            if (isFree(at, edge)) fan.byEdge[keyOf(at, edge)].emplace_back(at, edge);
+    };
+    for (const std::uint32_t at : fan.fresh)
+        if (at < fan.known) enter(at);
+    for (; fan.known < all.size(); ++fan.known) enter(static_cast<std::uint32_t>(fan.known));
+    for (std::size_t at = first ? 0 : before; at < all.size(); ++at)
+        fan.fresh.push_back(static_cast<std::uint32_t>(at));
     fan.pairs.clear();
-    for (std::size_t at = firstNew; at < all.size(); ++at)
+    for (const std::uint32_t at : fan.fresh)
         for (int edge = 0; edge < 3; ++edge) {
             if (!isFree(at, edge)) continue;
-            auto& there = fan.byEdge[keyOf(at, edge)];
-            there.erase(
-                std::remove_if(there.begin(), there.end(), [&](const auto& i) { return !isFree(i.first, i.second); }),
-                there.end());
+            const std::uint64_t key = keyOf(at, edge);
+            auto& there = fan.byEdge[key];
+            const auto gone = [&](const auto& i) {
+                return !isFree(i.first, i.second) || keyOf(i.first, i.second) != key;
+            };
+            there.erase(std::remove_if(there.begin(), there.end(), gone), there.end());
             for (const auto& [i, edgeOfI] : there) {
-                fan.pairs.emplace_back(static_cast<std::uint32_t>(at), i);
-                if (i < firstNew) fan.pairs.emplace_back(i, static_cast<std::uint32_t>(at));
+                fan.pairs.emplace_back(at, i);
+                fan.pairs.emplace_back(i, at);
             }
         }
     std::sort(fan.pairs.begin(), fan.pairs.end());
