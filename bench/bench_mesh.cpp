@@ -148,19 +148,23 @@ void ImportTorus(benchmark::State& state) {
     Report(state, stream.triangles);
 }
 
-// A larger tolerance on a finished mesh: some vertices merge, most do not.
-void WidenTolerance(benchmark::State& state) {
-    Soup soup = Torus(static_cast<std::size_t>(state.range(0)));
-    const float edge = static_cast<float>(2 * kPi / std::sqrt(static_cast<double>(state.range(0)) / 2));
+void SetTolerance(benchmark::State& state, Soup& soup, float tolerance) {
     for (auto _ : state) {
         state.PauseTiming();
         Scene scene;
         scene.Build(soup);
         state.ResumeTiming();
         int error = 0;
-        scene.component->SetPointTolerance(scene.instance, 0.6f * edge, &error);
+        scene.component->SetPointTolerance(scene.instance, tolerance, &error);
     }
     Report(state, soup.size() / 9);
+}
+
+// A larger tolerance on a finished mesh: some vertices merge, most do not.
+void WidenTolerance(benchmark::State& state) {
+    Soup soup = Torus(static_cast<std::size_t>(state.range(0)));
+    const float edge = static_cast<float>(2 * kPi / std::sqrt(static_cast<double>(state.range(0)) / 2));
+    SetTolerance(state, soup, 0.6f * edge);
 }
 
 // Loose triangles in a unit cube, and a tolerance that swallows many vertices into one: thousandths of the cube.
@@ -172,15 +176,7 @@ void SwallowVertices(benchmark::State& state) {
         const float middle[3] = {place(random), place(random), place(random)};
         for (std::size_t k = 0; k < 9; ++k) soup.push_back(middle[k % 3] + beside(random));
     }
-    for (auto _ : state) {
-        state.PauseTiming();
-        Scene scene;
-        scene.Build(soup);
-        state.ResumeTiming();
-        int error = 0;
-        scene.component->SetPointTolerance(scene.instance, static_cast<float>(state.range(1)) / 1000, &error);
-    }
-    Report(state, soup.size() / 9);
+    SetTolerance(state, soup, static_cast<float>(state.range(1)) / 1000);
 }
 
 }  // namespace

@@ -18,7 +18,6 @@ public:
     Viewer();
 
     Session& Model() { return session_; }
-    host::Navigation& Eye() { return navigation_; }
     Ruler& Measuring() { return ruler_; }
 
     // One frame, of a window of so many pixels. False where nothing would change until the next input.
@@ -38,7 +37,6 @@ private:
         double Aspect() const { return static_cast<double>(width) / height; }
     };
 
-    void Lay(int width, int height);
     void HandleMouse();
     void Drag(const ImGuiIO& io);
     host::Cursor CursorAt(const ImVec2& place) const;
