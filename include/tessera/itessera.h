@@ -16,8 +16,9 @@
 // Done gives errCode 1 and STATUS_OK. A call that fails changes nothing. Methods that answer otherwise say so; note
 // those that give status 0 whatever errCode says. A null where an array is to be read fails with errCode 0; a null
 // where a result is to be written leaves that result out. A method for which memory runs out throws ComError where
-// it copies a string and std::bad_alloc elsewhere; what it was to do is then left out, in whole or from some point on,
-// and the scene stays good for use. A mesh whose EndTriMesh throws is lost.
+// it creates, links, names, builds, imports or exports, and std::bad_alloc, of which that is a kind, elsewhere; what it
+// was to do is then left out, in whole or from some point on, and the scene stays good for use. A mesh whose EndTriMesh
+// throws is lost.
 //
 // Settings. Given to an assembly, a setting goes to every node, part or element below it at that moment, and an
 // assembly keeps none of the parts' settings for later. Elements added to a part later start with the part's colours;

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <exception>
+#include <new>
 
 #if defined(_WIN32)
 #if !defined(NOMINMAX)
@@ -139,8 +139,8 @@ inline constexpr HRESULT STATUS_OK = 0;
 inline constexpr HRESULT STATUS_FAIL = static_cast<HRESULT>(0x80004005u);
 inline constexpr HRESULT STATUS_OUT_OF_MEMORY = static_cast<HRESULT>(0x8007000Eu);
 
-// What a method throws when it cannot return its status: no memory for a string.
-struct TESSERA_API ComError : std::exception {
+// What a method throws when it cannot return its status: no memory for what it was to make.
+struct TESSERA_API ComError : std::bad_alloc {
     explicit ComError(HRESULT code) noexcept : status(code) {}
     const char* what() const noexcept override {
         return status == STATUS_OUT_OF_MEMORY ? "tessera: out of memory" : "tessera: failed";

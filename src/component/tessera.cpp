@@ -102,7 +102,7 @@ CPart* CTessera::NothingOpen(int* errCode) {
     return nullptr;
 }
 
-HRESULT CTessera::CreateAssembly(int* newID) {
+HRESULT CTessera::CreateAssembly(int* newID) try {
     if (m_lastAssembly) index_.Forget(m_lastAssembly);
     delete m_lastAssembly;
     m_lastAssembly = nullptr;
@@ -110,18 +110,22 @@ HRESULT CTessera::CreateAssembly(int* newID) {
     m_lastAssembly->id = ++m_lastId;
     Give(newID, m_lastId);
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
-HRESULT CTessera::CreatePartInstance(int* newID) {
+HRESULT CTessera::CreatePartInstance(int* newID) try {
     delete m_lastPartInstance;
     m_lastPartInstance = nullptr;
     m_lastPartInstance = new CPartInstance;
     m_lastPartInstance->id = ++m_lastId;
     Give(newID, m_lastId);
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
-HRESULT CTessera::CreatePart(int* newID) {
+HRESULT CTessera::CreatePart(int* newID) try {
     delete m_lastPart;
     m_lastPart = nullptr;
     m_lastPart = new CPart(&triNormals, &textures);
@@ -129,9 +133,11 @@ HRESULT CTessera::CreatePart(int* newID) {
     m_lastPart->SetEnvtexture(FromAscii("KMDefault"));
     Give(newID, m_lastId);
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
-HRESULT CTessera::SetPart(int partInstanceID, int partID, int* errCode) {
+HRESULT CTessera::SetPart(int partInstanceID, int partID, int* errCode) try {
     CPartInstance* instance = m_lastPartInstance;
     if (!instance || instance->id != partInstanceID) instance = InstanceOf(partInstanceID, nullptr);
     if (!instance) return Refuse(errCode, ErrState);
@@ -148,11 +154,13 @@ HRESULT CTessera::SetPart(int partInstanceID, int partID, int* errCode) {
     instance->LinkPart(part);
     if (instance->parent) index_.Add(instance);
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
 // Status is 0 on every path; errCode alone tells what came of it. A loose object that is linked leaves its
 // last-created field, so that the next creation does not delete it.
-HRESULT CTessera::SetParent(int sonID, int parentID, int* errCode) {
+HRESULT CTessera::SetParent(int sonID, int parentID, int* errCode) try {
     const auto end = [errCode](ErrCode code) {
         Give(errCode, static_cast<int>(code));
         return STATUS_OK;
@@ -177,6 +185,8 @@ HRESULT CTessera::SetParent(int sonID, int parentID, int* errCode) {
     son->SetName(String(son->Name()));
     m_root->InvalidateBoundBox();
     return end(ErrDone);
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
 // All that needs memory comes first: without it nothing has changed.

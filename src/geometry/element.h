@@ -23,6 +23,7 @@ struct PickHit;
 struct PickView;
 struct U3dMesh;
 class SpoolFile;
+class SpoolView;
 
 // An RGB colour, channels from 0 to 1.
 struct Color {

@@ -65,12 +65,7 @@ BBox CTriMesh::GetBoundBox(const CMatrix& matrix, bool, const CMatrix& reference
 void CTriMesh::Clear() {
     const ReadLock lock(*this);
     CElement::Clear();
-    std::vector<Vec3>().swap(vertices_);
-    std::vector<TriMeshTriangle>().swap(triangles_);
-    std::vector<std::uint32_t>().swap(incidentStart_);
-    std::vector<TriangleIndex>().swap(incident_);
-    std::vector<float>().swap(stripVertices_);
-    std::vector<int>().swap(stripLengths_);
+    ReleaseArrays();
     rawPoints_.Clear();
     rawNormals_.Clear();
     rawGiven_.clear();

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "geometry/element.h"
+#include "geometry/mesh_array.h"
 #include "geometry/point_blocks.h"
 #include "geometry/tri_normal_table.h"
 
@@ -32,8 +33,8 @@ struct TriMeshTriangle {
     static constexpr std::uint8_t kGivenNormals = 1;        // by the caller: not to be recomputed
     static constexpr std::uint8_t kTowards = 2, kAway = 4;  // the side turned to the view; transient
 
-    std::uint32_t vertex[3] = {0, 1, 2};                                   // into the mesh's vertices
     std::uint32_t normal[3] = {0, 0, 0};                                   // into the component's TriNormalTable
+    std::uint32_t vertex[3] = {0, 1, 2};                                   // into the mesh's vertices
     TriangleIndex neighbour[3] = {kNoTriangle, kNoTriangle, kNoTriangle};  // across edge k
     std::uint8_t flags = 0, flags2 = 0;
 
@@ -142,8 +143,8 @@ public:
     void Draw(const CMatrix& matrix, int kind, int pass) override;
     void DrawSimple(const CMatrix& matrix) override;
 
-    const std::vector<Vec3>& Vertices() const { return vertices_; }
-    const std::vector<TriMeshTriangle>& Triangles() const { return triangles_; }
+    const MeshArray<Vec3>& Vertices() const { return vertices_; }
+    const MeshArray<TriMeshTriangle>& Triangles() const { return triangles_; }
     struct VertexUse {  // the triangles at a vertex, in order of arrival
         const TriangleIndex* first;
         const TriangleIndex* last;
@@ -157,8 +158,8 @@ public:
     bool IsSharp(TriangleIndex t, int edge) const {
         return triangles_[t].neighbour[edge] == kNoTriangle || !triangles_[t].IsSmooth(edge);
     }
-    const std::vector<float>& StripVertices() const { return stripVertices_; }
-    const std::vector<int>& StripLengths() const { return stripLengths_; }
+    const MeshArray<float>& StripVertices() const { return stripVertices_; }
+    const MeshArray<int>& StripLengths() const { return stripLengths_; }
 
 private:
     const Vec3& Corner(const TriMeshTriangle& t, int k) const { return vertices_[t.vertex[k]]; }
@@ -235,8 +236,9 @@ private:
     static constexpr std::size_t kTrianglesAtOnce = 1 << 14;
     void PackCorners(std::size_t first, std::vector<std::uint32_t>& corners) const;
     void UnlockShared();
+    bool WriteRecord(SpoolFile& file) const;
     void ReadRecord();
-    void ReleaseSpooled();
+    void ReleaseArrays();
 
     // render/trimesh_strips.cpp
     void BuildStrips(const std::vector<Vec3>& facets, const std::vector<std::uint8_t>& stripEdges);
@@ -273,19 +275,22 @@ private:
     EdgeKind KindOf(TriangleIndex t, int edge) const;
     void EmitEdge(const TriMeshTriangle& t, int edge) const;
 
-    std::vector<Vec3> vertices_;
-    std::vector<TriMeshTriangle> triangles_;  // in order of arrival
+    MeshArray<Vec3> vertices_;
+    MeshArray<TriMeshTriangle> triangles_;  // in order of arrival
     int triangleCount_ = 0;
     std::uint32_t spooledVertices_ = 0;
-    std::vector<std::uint32_t> incidentStart_;  // per vertex, and one more
-    std::vector<TriangleIndex> incident_;
-    std::vector<float> stripVertices_;  // nx, ny, nz, x, y, z a vertex; all strips back to back
-    std::vector<int> stripLengths_;     // vertices of each strip, ended by -1
+    MeshArray<std::uint32_t> incidentStart_;  // per vertex, and one more
+    MeshArray<TriangleIndex> incident_;
+    MeshArray<float> stripVertices_;  // nx, ny, nz, x, y, z a vertex; all strips back to back
+    MeshArray<int> stripLengths_;     // vertices of each strip, ended by -1
     bool stripsValid_ = false;
     bool capping_ = false;  // while the mesh is drawn into the stencil buffer
     bool normalsValid_ = false;
     bool building_ = false;
+    bool linksAnew_ = false;   // uses and neighbours are what LinkAll makes of these triangles
     bool spoolStale_ = false;  // the data have changed since they were spooled
+    std::size_t spoolBytes_ = 0;
+    std::unique_ptr<SpoolView> spoolView_;  // where the arrays stand that came back
     short simpleShadeMode_ = 9;
     int surfaceVisible_ = 1;
     unsigned textureId_ = 0;  // OpenGL texture name for ShadeEnvMap

@@ -97,7 +97,7 @@ void CTriMesh::Weld() {
 }
 
 void CTriMesh::CountIncident() {
-    incidentStart_.assign(vertices_.size() + 1, 0);
+    incidentStart_.Take(std::vector<std::uint32_t>(vertices_.size() + 1, 0));
     for (const TriMeshTriangle& t : triangles_)
         for (const std::uint32_t v : t.vertex) ++incidentStart_[v + 1];
     for (std::size_t v = 0; v < vertices_.size(); ++v) incidentStart_[v + 1] += incidentStart_[v];
@@ -119,6 +119,7 @@ bool CTriMesh::LinkAll() {
         for (int k = 0; k < 3; ++k)
             if (t.neighbour[k] == kNoTriangle && !LinkEdge(i, k, later)) consistent = false;
     }
+    linksAnew_ = true;
     return consistent;
 }
 
@@ -212,6 +213,7 @@ void CTriMesh::OrientNeighbours(TriangleIndex i, TriangleIndex& pending) {
 }
 
 void CTriMesh::FlipTriangle(TriMeshTriangle& t) {
+    linksAnew_ = false;
     std::swap(t.vertex[1], t.vertex[2]);
     std::swap(t.normal[1], t.normal[2]);
     std::swap(t.neighbour[0], t.neighbour[2]);

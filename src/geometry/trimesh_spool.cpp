@@ -1,14 +1,24 @@
 // The lock that keeps the memory watcher off a mesh in use, and the mesh's record in a spool file.
 //
 // Record: u32 vertex count, the vertices as three f32, u32 triangle count, for each triangle three u32 normal
-// indices and three u32 vertex indices, u32 count of strip floats and the floats, u32 count of strip lengths and the
-// lengths. Normals and counters stay in memory.
+// indices, three u32 vertex indices, three u32 neighbours and its flags, u32 count of strip floats and the floats, u32
+// count of strip lengths and the lengths; the uses of the vertices follow in the same way, unless the mesh is to be
+// linked anew. All stand as in memory, so that they can be used where they are. Normals and counters stay in memory.
 #include <algorithm>
 
 #include "geometry/trimesh.h"
 #include "platform/spool_file.h"
 
 namespace tessera {
+namespace {
+
+template <class T>
+bool WriteArray(SpoolFile& file, const MeshArray<T>& array) {
+    const auto count = static_cast<std::uint32_t>(array.size());
+    return file.Write(&count, sizeof count) && file.Write(array.data(), sizeof(T) * array.size());
+}
+
+}  // namespace
 
 // Readers do not exclude each other and never hold the mutex while they work: it only makes their
 // appearance atomic against the watcher's.
@@ -65,43 +75,47 @@ void CTriMesh::SpoolOut(const std::shared_ptr<SpoolFile>& file) {
     bool saved = spooled_ && !spoolStale_;
     if (!saved) {
         const std::int64_t offset = file->Offset();
-        const auto vertexCount = static_cast<std::uint32_t>(vertices_.size());
-        const auto triangleCount = static_cast<std::uint32_t>(triangles_.size());
-        saved = file->Write(&vertexCount, sizeof vertexCount) &&
-                file->Write(vertices_.data(), sizeof(Vec3) * vertices_.size()) &&
-                file->Write(&triangleCount, sizeof triangleCount);
-        std::vector<std::uint32_t> corners;
-        for (std::size_t first = 0; saved && first < triangles_.size(); first += kTrianglesAtOnce) {
-            PackCorners(first, corners);
-            saved = file->Write(corners.data(), sizeof(std::uint32_t) * corners.size());
-        }
-        const auto floatCount = static_cast<std::uint32_t>(stripVertices_.size());
-        const auto lengthCount = static_cast<std::uint32_t>(stripLengths_.size());
-        saved = saved && file->Write(&floatCount, sizeof floatCount) &&
-                file->Write(stripVertices_.data(), sizeof(float) * stripVertices_.size()) &&
-                file->Write(&lengthCount, sizeof lengthCount) &&
-                file->Write(stripLengths_.data(), sizeof(int) * stripLengths_.size());
-        saved = file->Flush(offset) && saved;
+        saved = file->Flush(offset, WriteRecord(*file));
         if (saved) {
             spoolFile_ = file;
             spoolOffset_ = offset;
+            spoolBytes_ = static_cast<std::size_t>(file->Offset() - offset);
             spoolStale_ = false;
         }
     }
     if (saved) {  // a mesh that could not be written stays in memory
         spooledVertices_ = static_cast<std::uint32_t>(vertices_.size());
-        ReleaseSpooled();
+        ReleaseArrays();
         spooled_ = true;
     }
 }
 
-void CTriMesh::ReleaseSpooled() {
-    std::vector<std::uint32_t>().swap(incidentStart_);
-    std::vector<TriangleIndex>().swap(incident_);
-    std::vector<TriMeshTriangle>().swap(triangles_);
-    std::vector<Vec3>().swap(vertices_);
-    std::vector<float>().swap(stripVertices_);
-    std::vector<int>().swap(stripLengths_);
+bool CTriMesh::WriteRecord(SpoolFile& file) const {
+    const auto count = static_cast<std::uint32_t>(triangles_.size());
+    if (!WriteArray(file, vertices_) || !file.Write(&count, sizeof count)) return false;
+    std::vector<TriMeshTriangle> block;
+    for (std::size_t first = 0; first < triangles_.size(); first += kTrianglesAtOnce) {
+        const std::size_t last = std::min(first + kTrianglesAtOnce, triangles_.size());
+        block.assign(triangles_.begin() + first, triangles_.begin() + last);
+        for (TriMeshTriangle& t : block) {
+            t.flags = linksAnew_ ? TriMeshTriangle::kLinked : 0;
+            t.flags2 = TriMeshTriangle::kGivenNormals;
+            if (!linksAnew_) std::fill_n(t.neighbour, 3, kNoTriangle);
+        }
+        if (!file.Write(block.data(), sizeof(TriMeshTriangle) * block.size())) return false;
+    }
+    if (!WriteArray(file, stripVertices_) || !WriteArray(file, stripLengths_)) return false;
+    return !linksAnew_ || (WriteArray(file, incidentStart_) && WriteArray(file, incident_));
+}
+
+void CTriMesh::ReleaseArrays() {
+    vertices_.Free();
+    triangles_.Free();
+    incidentStart_.Free();
+    incident_.Free();
+    stripVertices_.Free();
+    stripLengths_.Free();
+    spoolView_.reset();
 }
 
 void CTriMesh::Reload() {
@@ -113,44 +127,23 @@ void CTriMesh::Reload() {
 
 // The edges come back unclassified: they draw as hard ones until the next classification.
 void CTriMesh::ReadRecord() {
-    std::int64_t offset = spoolOffset_;
-    const auto read = [&](void* data, std::size_t bytes) {
-        const bool done = spoolFile_->Read(offset, data, bytes);
-        offset += static_cast<std::int64_t>(bytes);
-        return done;
-    };
-    std::uint32_t vertexCount = 0, triangleCount = 0;
-    if (!read(&vertexCount, sizeof vertexCount)) return;
-    std::vector<Vec3> vertices(vertexCount);
-    if (!read(vertices.data(), sizeof(Vec3) * vertices.size()) || !read(&triangleCount, sizeof triangleCount)) return;
-    std::vector<TriMeshTriangle> triangles(triangleCount);
-    std::vector<std::uint32_t> corners;
-    for (std::size_t first = 0; first < triangles.size(); first += kTrianglesAtOnce) {
-        const std::size_t last = std::min(first + kTrianglesAtOnce, triangles.size());
-        corners.resize(6 * (last - first));
-        if (!read(corners.data(), sizeof(std::uint32_t) * corners.size())) return;
-        const std::uint32_t* next = corners.data();
-        for (std::size_t i = first; i < last; ++i) {
-            for (std::uint32_t& n : triangles[i].normal) n = *next++;
-            for (std::uint32_t& v : triangles[i].vertex) v = *next++;
-            triangles[i].flags2 = TriMeshTriangle::kGivenNormals;
-        }
+    spoolView_ = spoolFile_->View(spoolOffset_, spoolBytes_);
+    if (!spoolView_) return;
+    std::byte* next = spoolView_->Data();
+    vertices_.StandAt(next);
+    triangles_.StandAt(next);
+    stripVertices_.StandAt(next);
+    stripLengths_.StandAt(next);
+    if (next < spoolView_->Data() + spoolBytes_) {
+        incidentStart_.StandAt(next);
+        incident_.StandAt(next);
+        return;
     }
-    std::uint32_t floatCount = 0, lengthCount = 0;
-    if (!read(&floatCount, sizeof floatCount)) return;
-    std::vector<float> floats(floatCount);
-    if (!read(floats.data(), sizeof(float) * floats.size()) || !read(&lengthCount, sizeof lengthCount)) return;
-    std::vector<int> lengths(lengthCount);
-    if (!read(lengths.data(), sizeof(int) * lengths.size())) return;
-    stripVertices_ = std::move(floats);
-    stripLengths_ = std::move(lengths);
-    vertices_ = std::move(vertices);
-    triangles_ = std::move(triangles);
     try {
         CountIncident();
         LinkAll();
     } catch (...) {  // still on disk, then
-        ReleaseSpooled();
+        ReleaseArrays();
         throw;
     }
 }

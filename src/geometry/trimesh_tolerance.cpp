@@ -18,7 +18,7 @@ constexpr std::size_t kLargeFan = 48;
 // vertex stand in the eight cubes nearest to it.
 class WaitingVertices {
 public:
-    WaitingVertices(const std::vector<Vec3>& vertices, double tolerance);
+    WaitingVertices(const MeshArray<Vec3>& vertices, double tolerance);
     bool IsWaiting(std::uint32_t v) const { return waiting_[v]; }
     void Remove(std::uint32_t v) { waiting_[v] = false; }
     // Those that equal v, in ascending order.
@@ -28,13 +28,13 @@ private:
     double Scaled(std::uint32_t v, std::size_t axis) const { return vertices_[v][axis] * perUnit_; }
     std::size_t SlotOf(const double cube[3]) const;
 
-    const std::vector<Vec3>& vertices_;
+    const MeshArray<Vec3>& vertices_;
     double perUnit_;
     std::vector<std::uint32_t> slotStart_, slotEnd_, slotItems_;  // what no longer waits is dropped when it is met
     std::vector<bool> waiting_;
 };
 
-WaitingVertices::WaitingVertices(const std::vector<Vec3>& vertices, double tolerance)
+WaitingVertices::WaitingVertices(const MeshArray<Vec3>& vertices, double tolerance)
     : vertices_(vertices), perUnit_(1 / (2.002 * tolerance)), waiting_(vertices.size(), true) {
     slotStart_.assign(std::bit_ceil(std::max<std::size_t>(vertices.size(), 16)) + 1, 0);
     std::vector<std::uint32_t> slots(vertices.size());
@@ -106,6 +106,7 @@ void CTriMesh::SetPointTolerance(float tolerance) {
         const ToleranceScope scope(tolerance);
         RemoveCollapsed();
         MergeVertices();
+        linksAnew_ = false;
     }
     normalsValid_ = stripsValid_ = false;
     spoolStale_ = true;
@@ -182,7 +183,7 @@ void CTriMesh::MergeVertices() {
         incident.insert(incident.end(), first, last);
         incidentStart_[v + 1] = static_cast<std::uint32_t>(incident.size());
     }
-    incident_.swap(incident);
+    incident_.Take(std::move(incident));
 }
 
 // On the first merge at a vertex the triangles that were there all along are tried with each other too: the

@@ -10,6 +10,8 @@
 #include <sstream>
 #include <string>
 
+#include "platform/spool_file.h"
+
 namespace tessera {
 namespace {
 
@@ -55,7 +57,7 @@ std::uint64_t ProcessMemory::Physical() const {
     return std::min(machine, ControlGroupLimit());
 }
 
-// Resident memory beside what is the process's own, in memory or swapped out.
+// Resident memory beside what is the process's own: in memory, swapped out, or in a spool file that stands for memory.
 bool ProcessMemory::ReadUsed(std::uint64_t& used) const {
     std::ifstream status("/proc/self/status");
     std::uint64_t sum = 0;
@@ -70,7 +72,7 @@ bool ProcessMemory::ReadUsed(std::uint64_t& used) const {
         ++found;
     }
     if (found < 2) return false;
-    used = sum;
+    used = sum + SpoolView::BytesMapped();
     return true;
 }
 

@@ -1,12 +1,61 @@
 #include "platform/spool_file.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
 
 namespace tessera {
+namespace {
+
+// Less is read: mappings are whole pages, and a process may have only so many.
+constexpr std::size_t kLeastMapped = 1 << 18;
+std::atomic<std::uint64_t> g_bytesMapped{0};
+
+}  // namespace
+
+// Pages that the disk no longer gives are found here, not by a signal on first use.
+bool SpoolView::Map(int descriptor, std::int64_t offset, std::size_t bytes) {
+#if defined(MADV_POPULATE_READ)
+    const std::int64_t within = offset % sysconf(_SC_PAGESIZE);
+    const std::size_t all = bytes + static_cast<std::size_t>(within);
+    void* const place = mmap(nullptr, all, PROT_READ | PROT_WRITE, MAP_PRIVATE, descriptor, offset - within);
+    if (place == MAP_FAILED) return false;
+    if (madvise(place, all, MADV_POPULATE_READ) != 0) {
+        munmap(place, all);
+        return false;
+    }
+    mapped_ = place;
+    mappedBytes_ = all;
+    g_bytesMapped += all;
+    data_ = static_cast<std::byte*>(place) + within;
+    return true;
+#else
+    static_cast<void>(descriptor), static_cast<void>(offset), static_cast<void>(bytes);
+    return false;
+#endif
+}
+
+SpoolView::~SpoolView() {
+    if (!mapped_) return;
+    munmap(mapped_, mappedBytes_);
+    g_bytesMapped -= mappedBytes_;
+}
+
+std::uint64_t SpoolView::BytesMapped() { return g_bytesMapped; }
+
+std::unique_ptr<SpoolView> SpoolFile::View(std::int64_t offset, std::size_t bytes) const {
+    struct stat status;
+    if (fstat(fileno(file_), &status) != 0 || status.st_size < offset + static_cast<std::int64_t>(bytes))
+        return nullptr;
+    std::unique_ptr<SpoolView> view(new SpoolView);
+    if (bytes >= kLeastMapped && view->Map(fileno(file_), offset, bytes)) return view;
+    view->heap_ = std::make_unique_for_overwrite<std::byte[]>(bytes);
+    view->data_ = view->heap_.get();
+    return Read(offset, view->data_, bytes) ? std::move(view) : nullptr;
+}
 
 std::shared_ptr<SpoolFile> SpoolFile::Create(const std::string& folder) {
     std::string path = folder;
@@ -37,8 +86,8 @@ bool SpoolFile::Write(const void* data, std::size_t bytes) {
     return true;
 }
 
-bool SpoolFile::Flush(std::int64_t good) {
-    if (!closed_ && std::fflush(file_) == 0) return true;
+bool SpoolFile::Flush(std::int64_t good, bool all) {
+    if (all && !closed_ && std::fflush(file_) == 0) return true;
     closed_ = true;
     offset_ = good;
     std::fflush(file_);  // or the rest would follow when the file is closed

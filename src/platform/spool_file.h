@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -10,6 +11,28 @@
 #include <vector>
 
 namespace tessera {
+
+// A piece of a spool file in memory. What its holder writes there stays out of the file.
+class SpoolView {
+public:
+    ~SpoolView();
+    SpoolView(const SpoolView&) = delete;
+    SpoolView& operator=(const SpoolView&) = delete;
+
+    std::byte* Data() { return data_; }
+    // Bytes of this process that are not on the heap but in files, all views together. From any thread.
+    static std::uint64_t BytesMapped();
+
+private:
+    friend class SpoolFile;
+    SpoolView() = default;
+    bool Map(int descriptor, std::int64_t offset, std::size_t bytes);
+
+    std::byte* data_ = nullptr;
+    void* mapped_ = nullptr;  // whole pages around it, or null where it is on the heap
+    std::size_t mappedBytes_ = 0;
+    std::unique_ptr<std::byte[]> heap_;
+};
 
 // Shared by the component and by each mesh that has data in it. The file has no name from the start: nobody else can
 // open or delete it, and nothing of it outlives the process.
@@ -25,13 +48,15 @@ public:
     std::int64_t Offset() const { return offset_; }
     // Appends; false on a short write, and from then on.
     bool Write(const void* data, std::size_t bytes);
-    // Hands what was written to the system. What a failing write has left behind `good` is cut off.
-    bool Flush(std::int64_t good);
+    // Hands what was written to the system, if all of it was. Otherwise what it has left behind `good` is cut off.
+    bool Flush(std::int64_t good, bool all);
     // Lets all writes from now on fail. From any thread.
     void Close() { closed_ = true; }
     bool IsClosed() const { return closed_; }
     // Reads at an offset, without disturbing a writer; false if the bytes are not all there.
     bool Read(std::int64_t offset, void* data, std::size_t bytes) const;
+    // Null if the bytes are not all there.
+    std::unique_ptr<SpoolView> View(std::int64_t offset, std::size_t bytes) const;
 
 private:
     explicit SpoolFile(std::FILE* file) : file_(file) {}

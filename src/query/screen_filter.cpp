@@ -83,7 +83,7 @@ std::uint8_t ScreenFilter::SideOf(const Vec3& p) const {
     return static_cast<std::uint8_t>(side);
 }
 
-std::vector<std::uint8_t> ScreenFilter::SidesOf(const std::vector<Vec3>& vertices) const {
+std::vector<std::uint8_t> ScreenFilter::SidesOf(std::span<const Vec3> vertices) const {
     std::vector<std::uint8_t> sides(vertices.size());
     for (std::size_t i = 0; i < vertices.size(); ++i) sides[i] = SideOf(vertices[i]);
     return sides;

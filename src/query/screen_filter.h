@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "query/pick_frame.h"
@@ -21,7 +22,7 @@ public:
 
     // No bits where the vertex may be under the cursor, or where its place is not sure.
     std::uint8_t SideOf(const Vec3& p) const;
-    std::vector<std::uint8_t> SidesOf(const std::vector<Vec3>& vertices) const;
+    std::vector<std::uint8_t> SidesOf(std::span<const Vec3> vertices) const;
     // Whether a segment whose ends have these sides in common surely passes the cursor by. Steep ones are
     // doubtful above and below: the exact test places their foot in float.
     bool Misses(std::uint8_t shared, const Vec3& a, const Vec3& b) const {

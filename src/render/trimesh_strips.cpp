@@ -39,7 +39,7 @@ struct StripVertex {
 
 class StripBuilder {
 public:
-    StripBuilder(std::vector<TriMeshTriangle>& triangles, const std::vector<Vec3>& facets,
+    StripBuilder(MeshArray<TriMeshTriangle>& triangles, const std::vector<Vec3>& facets,
                  const std::vector<std::uint8_t>& smooth)
         : triangles_(triangles), facets_(facets), smooth_(smooth), seen_(triangles.size(), 0) {
         vertices_.reserve(triangles.size() + triangles.size() / 4);
@@ -60,7 +60,7 @@ private:
     TriangleIndex Across(TriangleIndex t, int edge, int& entry) const;
     bool IsFirstStep(Place at) const;
 
-    std::vector<TriMeshTriangle>& triangles_;
+    MeshArray<TriMeshTriangle>& triangles_;
     const std::vector<Vec3>& facets_;
     const std::vector<std::uint8_t>& smooth_;
     std::vector<std::uint32_t> seen_;  // number of the last walk that met the triangle
@@ -192,9 +192,9 @@ void CTriMesh::BuildStrips(const std::vector<Vec3>& facets, const std::vector<st
     StripBuilder builder(triangles_, facets, stripEdges);
     builder.Build();
     spoolStale_ = true;  // a copy on disk has other strips
-    stripLengths_ = builder.TakeLengths();
+    stripLengths_.Take(builder.TakeLengths());
     stripLengths_.shrink_to_fit();
-    std::vector<float>().swap(stripVertices_);
+    stripVertices_.Free();
     stripVertices_.resize(6 * builder.Vertices().size());
     float* out = stripVertices_.data();
     for (const StripVertex& v : builder.Vertices()) {

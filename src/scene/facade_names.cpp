@@ -1,5 +1,6 @@
 // The interface's methods: names, paths, user names and dates.
 #include <ctime>
+#include <new>
 
 #include "component/tessera.h"
 #include "scene/part.h"
@@ -21,11 +22,13 @@ void LocalTime(std::time_t time, std::tm& out) {
 
 }  // namespace
 
-HRESULT CTessera::SetNodeName(int nodeID, BSTR name, int* errCode) {
+HRESULT CTessera::SetNodeName(int nodeID, BSTR name, int* errCode) try {
     CNode* const node = NodeOf(nodeID, errCode);
     if (!node) return STATUS_FAIL;
     node->SetName(ToString(name));
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
 HRESULT CTessera::GetNodeName(int nodeID, BSTR* name, int* errCode) {
@@ -35,7 +38,7 @@ HRESULT CTessera::GetNodeName(int nodeID, BSTR* name, int* errCode) {
     return STATUS_OK;
 }
 
-HRESULT CTessera::GetNodeIDFromPath(BSTR nodePath, int* nodeID, int* errCode) {
+HRESULT CTessera::GetNodeIDFromPath(BSTR nodePath, int* nodeID, int* errCode) try {
     const String path = ToString(nodePath);
     const OLECHAR* const text = path.c_str();
     int found = -1;
@@ -46,6 +49,8 @@ HRESULT CTessera::GetNodeIDFromPath(BSTR nodePath, int* nodeID, int* errCode) {
     Give(nodeID, found);
     Give(errCode, static_cast<int>(found == -1 ? ErrNotFound : ErrDone));
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
 HRESULT CTessera::SetUserName(int nodeID, BSTR name, int* errCode) {
@@ -124,7 +129,7 @@ HRESULT CTessera::GetPropertyString(int nodeID, BSTR* text, int* errCode) {
     return STATUS_OK;
 }
 
-HRESULT CTessera::SetPartName(int partID, BSTR name, int* errCode) {
+HRESULT CTessera::SetPartName(int partID, BSTR name, int* errCode) try {
     CPart* const part = PartOf(partID, errCode);
     if (!part) return STATUS_OK;
     const String base = ToString(name);
@@ -133,13 +138,17 @@ HRESULT CTessera::SetPartName(int partID, BSTR name, int* errCode) {
     while (index_.IsNameOfOtherPart(candidate, partID)) candidate = Numbered(base, g_partNameCounter++);
     index_.RenamePart(part, candidate);
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
-HRESULT CTessera::GetFullNodeName(int nodeID, BSTR* name, int* errCode) {
+HRESULT CTessera::GetFullNodeName(int nodeID, BSTR* name, int* errCode) try {
     CNode* const node = NodeOf(nodeID, errCode);
     if (!node) return STATUS_FAIL;
     Give(name, ToBstr(node->FullName()));
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
 HRESULT CTessera::GetPartID(int nodeID, int* ID, int* errCode) {
@@ -149,11 +158,13 @@ HRESULT CTessera::GetPartID(int nodeID, int* ID, int* errCode) {
     return STATUS_OK;
 }
 
-HRESULT CTessera::GetPartName(int nodeID, BSTR* name, int* errCode) {
+HRESULT CTessera::GetPartName(int nodeID, BSTR* name, int* errCode) try {
     CPartInstance* const instance = InstanceOf(nodeID, errCode);
     if (!instance) return STATUS_FAIL;
     Give(name, ToBstr(instance->Part() ? instance->Part()->name : String()));
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
 }  // namespace tessera

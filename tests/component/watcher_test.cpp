@@ -72,7 +72,7 @@ protected:
 TEST_F(Watcher, SpoolsUnnoticed) {
     memory.used = 1ull << 62;
     Scene scene;
-    for (int i = 0; i < 3; ++i) scene.AddMesh(Sphere());
+    for (int i = 0; i < 3; ++i) scene.AddMesh(Sphere(16 << i, 8 << i));
     const auto area = [&] {
         double sum = 0;
         scene->GetSurfaceArea(0, &sum, &error);
@@ -108,9 +108,19 @@ TEST(SpoolFiles, AreNamelessAndCheckTheirWrites) {
     const auto file = SpoolFile::Create();
     ASSERT_NE(file, nullptr);
     int value = 7;
-    EXPECT_TRUE(file->Write(&value, sizeof value) && file->Flush(0));
+    EXPECT_TRUE(file->Write(&value, sizeof value) && file->Flush(0, true));
+    std::vector<char> block(1 << 20, 'x');
+    ASSERT_TRUE(file->Write(block.data(), block.size()) && file->Flush(4, true));
+    for (const std::size_t bytes : {block.size() / 8, block.size() - 3}) {  // read and mapped
+        for (int time = 0; time < 2; ++time) {
+            const auto view = file->View(7, bytes);
+            ASSERT_TRUE(view && view->Data()[0] == std::byte{'x'} && view->Data()[bytes - 1] == std::byte{'x'});
+            std::fill_n(view->Data(), bytes, std::byte{'y'});
+        }
+        EXPECT_EQ(file->View(static_cast<std::int64_t>(block.size() - bytes) + 5, bytes), nullptr);
+    }
     file->Close();
-    EXPECT_FALSE(file->Write(&value, sizeof value) || file->Flush(4));
+    EXPECT_FALSE(file->Write(&value, sizeof value) || file->Flush(4, true));
     EXPECT_EQ(file->Offset(), 4);
     EXPECT_TRUE(file->Read(0, &value, sizeof value) && !file->Read(1, &value, sizeof value));
     std::uint64_t used = 0;

@@ -88,7 +88,9 @@ public:
         put(stream_, '\7', 1.F, 1.F, 1.F, 2, 0.F, 0.F, 0.F, '\0', 1.F, 1.F, 1.F, '\0', '\21');
         put(normals_, 1, 0.F, 0.F, 1.F);
     }
+    bool exporting = false;  // or doing what goes before that
     void Run(ITessera& host) {
+        exporting = true;
         int frame = 0, part = 0, instance = 0;
         host.CreateAssembly(&frame), host.CreatePart(&part), host.CreatePartInstance(&instance);
         host.SetParent(frame, 0, &error_), host.SetNodeName(frame, name_, &error_);
@@ -106,12 +108,14 @@ public:
              *stream = reinterpret_cast<unsigned char*>(stream_.data());
         host.SetTDGImportVer(719);
         host.ImportTriNormals(&normals, &error_), host.Import3DGPartElements(part, &stream, &error_);
+        host.WriteTDPM(nowhere_, &error_), host.SaveCrossSection(nowhere_, &error_);
+        host.WriteVRML(nowhere_), host.WriteVRML_2(nowhere_);
+        host.ExportU3D(nowhere_, nullptr, 0, VARIANT_TRUE);
+        exporting = false;
         double volume = 0;
         host.SetVolumePrecision(0, 0.01F, &error_), host.GetVolume(0, &volume, &error_);
         host.SwitchCrossSectionPlane(0, 1, &error_), host.SetThresholdAngle(0, 10, &error_);
         host.Draw(0, 0, &error_);
-        host.WriteTDPM(nowhere_, &error_), host.SaveCrossSection(nowhere_, &error_);
-        host.WriteVRML(nowhere_), host.WriteVRML_2(nowhere_);
     }
     ~SmallHost() { SysFreeString(name_), SysFreeString(nowhere_); }
 
@@ -136,8 +140,10 @@ TEST_F(Allocation, EachThatFailsIsTold) {
         try {
             small.Run(*host);
             failed = g_allocations >= g_failAt;  // and was taken for an answer
-        } catch (const std::exception&) {        // of either of the two kinds that a host is told of
+        } catch (const std::bad_alloc& thrown) {
+            g_failAt = -1;
             failed = true;
+            EXPECT_EQ(dynamic_cast<const ComError*>(&thrown) != nullptr, small.exporting) << n;
             ++told;
         }
         g_failAt = -1;

@@ -139,7 +139,8 @@ TEST_F(Import, GivesWhatEachVersionSays) {
         EXPECT_TRUE(a.neighbour[2] == 1 && b.neighbour[0] == 0 && a.neighbour[0] == kNoTriangle && a.IsSmooth(2));
         EXPECT_TRUE(a.HasGivenNormals() && b.vertex[2] == 3 && mesh.Vertices()[3].y == 1);
         EXPECT_TRUE(mesh.Bounds().valid == 1 && mesh.Bounds().xmax == 1 && mesh.Bounds().zmax == 0);
-        EXPECT_TRUE(mesh.StripLengths() == (std::vector<int>{4, -1}) && mesh.StripVertices().size() == 4 * 6);
+        EXPECT_TRUE(mesh.StripLengths()[0] == 4 && mesh.StripLengths()[1] == -1 && mesh.StripLengths().size() == 2);
+        EXPECT_EQ(mesh.StripVertices().size(), 4U * 6);
         // By index; or found, or entered: unit vectors, and x in place of what is too short for one.
         const Words expected = version >= 424 ? Words{1, 2, 2, 1, 3} : Words{2, 3, 2, 2, 4};
         EXPECT_EQ((Words{a.normal[0], a.normal[1], a.normal[2], b.normal[0], Words::value_type(normals.Count())}),
