@@ -36,7 +36,7 @@ void CTriMesh::ReadVertices(GraphicStream& stream) {
     constexpr auto kHuge = std::bit_cast<float>(0x7f7fc99eu), kLowest = std::bit_cast<float>(0xff7fc99eu),
                    kLowestZ = std::bit_cast<float>(0xfdf0bdc2u);
     vertices_.resize(stream.ReadCount());
-    stream.Read(vertices_.data(), sizeof(Vec3) * vertices_.size());
+    stream.Read(vertices_.ToWrite().data(), sizeof(Vec3) * vertices_.size());
     bounds_ = {kHuge, kLowest, kHuge, kLowest, kHuge, kLowestZ, vertices_.empty() ? 0 : 1};
     for (const Vec3& v : vertices_) bounds_.Add(v);
 }

@@ -5,6 +5,9 @@
 #include <cmath>
 #include <cstring>
 
+#include "platform/large_pages.h"
+#include "platform/prefetch.h"
+
 namespace tessera {
 namespace {
 
@@ -57,7 +60,9 @@ void CellGrid::Reset(const CellRule& rule, double tolerance, std::size_t expecte
     Release();  // not set, should memory run out here
     heads_.assign(1024, kNone);
     tails_.assign(1024, kNone);
-    exact_.assign(std::bit_ceil(std::max<std::size_t>(expected + expected / 2, 1024)), kNone);
+    const std::size_t slots = std::bit_ceil(std::max<std::size_t>(expected + expected / 2, 1024));
+    ReserveLarge(exact_, slots);
+    exact_.assign(slots, kNone);
 }
 
 void CellGrid::Release() {
@@ -93,13 +98,7 @@ std::size_t CellGrid::ExactSlot(const Vec3* points, const Vec3& p) const {
     return slot;
 }
 
-void CellGrid::Prefetch(const Vec3& p) const {
-#if defined(__GNUC__)
-    __builtin_prefetch(&exact_[(HashOfBits(p) >> 20) & (exact_.size() - 1)]);
-#else
-    static_cast<void>(p);
-#endif
-}
+void CellGrid::Announce(const Vec3& p) const { Prefetch(&exact_[(HashOfBits(p) >> 20) & (exact_.size() - 1)]); }
 
 std::uint32_t CellGrid::LookUp(const Vec3* points, const Vec3& p, double tolerance) {
     slot_ = ExactSlot(points, p);
@@ -166,7 +165,9 @@ void CellGrid::Append(const Vec3* points, const Vec3& p) {
 }
 
 void CellGrid::GrowExact(const Vec3* points) {
-    std::vector<std::uint32_t> former(exact_.size() * 2, kNone);
+    std::vector<std::uint32_t> former;
+    ReserveLarge(former, exact_.size() * 2);
+    former.resize(exact_.size() * 2, kNone);
     former.swap(exact_);
     for (const std::uint32_t index : former)
         if (index != kNone) exact_[ExactSlot(points, points[index])] = index;

@@ -42,7 +42,7 @@ public:
 
     std::uint32_t LookUp(const Vec3* points, const Vec3& p, double tolerance);
     // Announces a LookUp some steps ahead, so that its memory is on the way.
-    void Prefetch(const Vec3& p) const;
+    void Announce(const Vec3& p) const;
     // Enters the next point, which the caller has stored; it must be the p of the preceding LookUp, which
     // gave kNone.
     void Enter(const Vec3* points, const Vec3& p);

@@ -4,12 +4,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <utility>
 #include <vector>
 
+#include "platform/large_pages.h"
+
 namespace tessera {
 
-// For items that can be copied as bytes. What stands elsewhere moves to the heap before its size changes.
+// For items that can be copied as bytes. What stands elsewhere moves to the heap before it changes.
 template <class T>
 class MeshArray {
 public:
@@ -19,22 +22,23 @@ public:
 
     std::size_t size() const { return size_; }
     bool empty() const { return size_ == 0; }
-    T* data() { return items_; }
     const T* data() const { return items_; }
-    T* begin() { return items_; }
-    T* end() { return items_ + size_; }
     const T* begin() const { return items_; }
     const T* end() const { return items_ + size_; }
-    T& operator[](std::size_t i) { return items_[i]; }
     const T& operator[](std::size_t i) const { return items_[i]; }
+    // The items, on the heap from then on.
+    std::span<T> ToWrite() {
+        MoveToHeap();
+        return heap_;
+    }
 
     void reserve(std::size_t count) {
         MoveToHeap();
-        heap_.reserve(count);
+        ReserveLarge(heap_, count);
         Show();
     }
     void resize(std::size_t count) {
-        MoveToHeap();
+        reserve(count);
         heap_.resize(count);
         Show();
     }
@@ -44,9 +48,10 @@ public:
         Show();
     }
     void shrink_to_fit() {
-        MoveToHeap();
-        heap_.shrink_to_fit();
-        Show();
+        std::vector<T> fitting;
+        ReserveLarge(fitting, size_);
+        fitting.assign(begin(), end());
+        Take(std::move(fitting));
     }
     void Take(std::vector<T>&& items) {
         heap_ = std::move(items);
@@ -57,18 +62,21 @@ public:
 
     // Stands from then on where a 32-bit count and as many items stand, which must stay until the array is given
     // others; moves next behind them.
-    void StandAt(std::byte*& next) {
+    void StandAt(const std::byte*& next) {
         std::uint32_t count = 0;
         std::memcpy(&count, next, sizeof count);
         Free();
-        items_ = reinterpret_cast<T*>(next + sizeof count);
+        items_ = reinterpret_cast<const T*>(next + sizeof count);
         size_ = count;
         next += sizeof count + sizeof(T) * size_;
     }
 
 private:
     void MoveToHeap() {
-        if (items_ != heap_.data()) heap_.assign(begin(), end());
+        if (items_ == heap_.data()) return;
+        ReserveLarge(heap_, size_);
+        heap_.assign(begin(), end());
+        Show();
     }
     void Show() {
         items_ = heap_.data();
@@ -76,7 +84,7 @@ private:
     }
 
     std::vector<T> heap_;
-    T* items_ = nullptr;
+    const T* items_ = nullptr;
     std::size_t size_ = 0;
 };
 

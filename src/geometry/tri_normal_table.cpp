@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "platform/large_pages.h"
+
 namespace tessera {
 namespace {
 
@@ -86,6 +88,7 @@ std::uint32_t TriNormalTable::LookUpOrAdd(const Vec3& v) {
     if (!grid_.IsSet() || tolerance > built || (built > kWideTolerance && tolerance * 16 < built)) Index(tolerance);
     const std::uint32_t found = grid_.LookUp(normals_.data(), v, tolerance);
     if (found != CellGrid::kNone) return found;
+    if (Count() == normals_.capacity()) ReserveLarge(normals_, 2 * normals_.capacity());
     normals_.push_back(v);
     grid_.Enter(normals_.data(), v);
     return Count() - 1;

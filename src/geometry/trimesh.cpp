@@ -20,14 +20,14 @@ CTriMesh::~CTriMesh() = default;
 
 std::vector<Vec3> CTriMesh::Facets() const {
     std::vector<Vec3> facets;
-    facets.reserve(triangles_.size());
+    ReserveLarge(facets, triangles_.size());
     for (const TriMeshTriangle& t : triangles_) facets.push_back(Facet(t));
     return facets;
 }
 
 void CTriMesh::ApplyMatrix(const CMatrix& matrix) {
     const ReadLock lock(*this);
-    for (Vec3& v : vertices_) v = TransformPoint(v, matrix);
+    for (Vec3& v : vertices_.ToWrite()) v = TransformPoint(v, matrix);
     {
         // The turned normals enter the table, but the corners keep their old ones: a scaled part is lit as before.
         const ToleranceScope tolerance(pointTolerance_);

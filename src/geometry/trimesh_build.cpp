@@ -67,14 +67,15 @@ void CTriMesh::Weld() {
     grid.Reset(WeldCells(bounds_, triangleCount_), pointTolerance_, count / 2 + 500);
     vertices_.reserve(count / 2 + 500);
     triangles_.resize(count);
+    const std::span<TriMeshTriangle> triangles = triangles_.ToWrite();
     std::size_t given = 0;
     for (std::size_t i = 0; i < count; ++i) {
         rawPoints_.ReleaseBefore(i);
         if (i + kPrefetchAhead < count)
-            for (int k = 0; k < 3; ++k) grid.Prefetch(rawPoints_.Three(i + kPrefetchAhead)[k]);
+            for (int k = 0; k < 3; ++k) grid.Announce(rawPoints_.Three(i + kPrefetchAhead)[k]);
         const Vec3* p = rawPoints_.Three(i);
         const Vec3* n = rawGiven_[i] ? rawNormals_.Three(given++) : nullptr;
-        TriMeshTriangle& t = triangles_[i];
+        TriMeshTriangle& t = triangles[i];
         for (int k = 0; k < 3; ++k) {
             std::uint32_t index = grid.LookUp(vertices_.data(), p[k], pointTolerance_);
             if (index == CellGrid::kNone) {
@@ -97,14 +98,16 @@ void CTriMesh::Weld() {
 }
 
 void CTriMesh::CountIncident() {
-    incidentStart_.Take(std::vector<std::uint32_t>(vertices_.size() + 1, 0));
+    std::vector<std::uint32_t> start(vertices_.size() + 1, 0);
     for (const TriMeshTriangle& t : triangles_)
-        for (const std::uint32_t v : t.vertex) ++incidentStart_[v + 1];
-    for (std::size_t v = 0; v < vertices_.size(); ++v) incidentStart_[v + 1] += incidentStart_[v];
+        for (const std::uint32_t v : t.vertex) ++start[v + 1];
+    for (std::size_t v = 0; v < vertices_.size(); ++v) start[v + 1] += start[v];
+    incidentStart_.Take(std::move(start));
     incident_.resize(3 * triangles_.size());
+    const std::span<TriangleIndex> incident = incident_.ToWrite();
     std::vector<std::uint32_t> next(incidentStart_.begin(), incidentStart_.end() - 1);
     for (TriangleIndex t = 0; t < triangles_.size(); ++t)
-        for (const std::uint32_t v : triangles_[t].vertex) incident_[next[v]++] = t;
+        for (const std::uint32_t v : triangles_[t].vertex) incident[next[v]++] = t;
 }
 
 // Each triangle takes its neighbours from the later triangles at its corners, in their order: an edge that
@@ -113,7 +116,7 @@ bool CTriMesh::LinkAll() {
     bool consistent = true;
     std::vector<std::uint32_t> later(incidentStart_.begin(), incidentStart_.end() - 1);
     for (TriangleIndex i = 0; i < triangles_.size(); ++i) {
-        TriMeshTriangle& t = triangles_[i];
+        TriMeshTriangle& t = triangles_.ToWrite()[i];
         t.flags |= TriMeshTriangle::kLinked;
         for (const std::uint32_t v : t.vertex) ++later[v];  // all lists are ascending: this triangle stands first
         for (int k = 0; k < 3; ++k)
@@ -144,7 +147,8 @@ bool CTriMesh::LinkEdge(TriangleIndex i, int edge, const std::vector<std::uint32
 // Joins two triangles over the edge between their first two common corners, if both have it free.
 bool CTriMesh::LinkTriangles(TriangleIndex a, TriangleIndex b) {
     if (a == b) return false;
-    TriMeshTriangle &ta = triangles_[a], &tb = triangles_[b];
+    const std::span<TriMeshTriangle> triangles = triangles_.ToWrite();
+    TriMeshTriangle &ta = triangles[a], &tb = triangles[b];
     int cornersOfA[2], cornersOfB[2], found = 0;
     for (int i = 0; i < 3 && found < 2; ++i) {
         if (i == 2 && found == 0) return false;
@@ -173,7 +177,7 @@ void CTriMesh::OrientAll() {
         if (triangles_[start].flags & TriMeshTriangle::kVisited) continue;
         for (TriangleIndex from = start; from != kNoTriangle;) from = Flood(from);
     }
-    for (TriMeshTriangle& t : triangles_) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::kVisited);
+    for (TriMeshTriangle& t : triangles_.ToWrite()) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::kVisited);
 }
 
 // Turns triangles to agree with the one that they are reached from, depth first. After so many triangles the flood is
@@ -200,13 +204,13 @@ TriangleIndex CTriMesh::Flood(TriangleIndex first) {
 }
 
 void CTriMesh::OrientNeighbours(TriangleIndex i, TriangleIndex& pending) {
-    TriMeshTriangle& t = triangles_[i];
+    TriMeshTriangle& t = triangles_.ToWrite()[i];
     t.flags |= TriMeshTriangle::kVisited;
     for (int k = 0; k < 3; ++k) {
         const TriangleIndex u = t.neighbour[k];
         if (u == kNoTriangle || u == pending || (triangles_[u].flags & TriMeshTriangle::kVisited)) continue;
         if (RunsAgainst(i, u, k)) continue;
-        FlipTriangle(triangles_[u]);
+        FlipTriangle(triangles_.ToWrite()[u]);
         pending = u;
         k = 0;  // on from edge 1
     }
@@ -230,7 +234,7 @@ void CTriMesh::FlipTriangle(TriMeshTriangle& t) {
 void CTriMesh::FlipAll() {
     const ReadLock lock(*this);
     const ToleranceScope tolerance(pointTolerance_);
-    for (TriMeshTriangle& t : triangles_) FlipTriangle(t);
+    for (TriMeshTriangle& t : triangles_.ToWrite()) FlipTriangle(t);
     stripsValid_ = false;
     spoolStale_ = true;
 }

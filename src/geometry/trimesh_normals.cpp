@@ -22,7 +22,7 @@ void CTriMesh::SetThresholdAngle(float degrees) {
     if (spooled_ || !(std::fabs(degrees - thresholdAngle_) >= 1e-5f)) return;
     thresholdAngle_ = degrees;
     normalsValid_ = false;
-    for (TriMeshTriangle& t : triangles_) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::kResolved);
+    for (TriMeshTriangle& t : triangles_.ToWrite()) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::kResolved);
     const std::vector<Vec3> facets = Facets();
     SmoothNormals(facets);
     stripsValid_ = false;
@@ -52,7 +52,7 @@ void CTriMesh::SmoothNormals(const std::vector<Vec3>& facets) {
 // The corner's normal is the sum of the facet normals around its vertex that lie near its own facet's; the
 // same normal goes to the corners of all of these that it faces.
 void CTriMesh::SmoothCorner(TriangleIndex i, int corner, const std::vector<Vec3>& facets, const AngleLimit& near) {
-    TriMeshTriangle& t = triangles_[i];
+    TriMeshTriangle& t = triangles_.ToWrite()[i];
     const Vec3& facet = facets[i];
     const std::uint32_t vertex = t.vertex[corner];
     const VertexUse around = Incident(vertex);
@@ -67,7 +67,7 @@ void CTriMesh::SmoothCorner(TriangleIndex i, int corner, const std::vector<Vec3>
         t.flags |= TriMeshTriangle::ResolvedBit(corner);
     }
     for (const TriangleIndex u : around) {
-        TriMeshTriangle& other = triangles_[u];
+        TriMeshTriangle& other = triangles_.ToWrite()[u];
         if (u == i || other.HasGivenNormals() || !near.IsAbove(Dot(facet, facets[u]))) continue;
         if (!NormalFacesOut(normal, other, facets[u])) continue;
         const int at = other.CornerAt(vertex);
@@ -97,12 +97,13 @@ void CTriMesh::ClassifyAll(const std::vector<Vec3>& facets, std::vector<std::uin
     if (stripEdges) stripEdges->assign(triangles_.size(), 0);
     const AngleLimit facetLimit(kSmoothFacetLimit), own(thresholdAngle_), strip(kStripAngle);
     const bool zeroIsSmooth = thresholdAngle_ > 0.1f;  // above the rounding of equal normals
-    for (TriangleIndex i = 0; i < triangles_.size(); ++i) {
-        TriMeshTriangle& t = triangles_[i];
+    const std::span<TriMeshTriangle> triangles = triangles_.ToWrite();
+    for (TriangleIndex i = 0; i < triangles.size(); ++i) {
+        TriMeshTriangle& t = triangles[i];
         for (int k = 0; k < 3; ++k) {
             if (t.neighbour[k] == kNoTriangle || t.neighbour[k] < i) continue;
             const TriangleIndex j = t.neighbour[k];
-            TriMeshTriangle& u = triangles_[j];
+            TriMeshTriangle& u = triangles[j];
             const int m = u.EdgeTo(i);
             bool smooth = facetLimit.IsReached(Dot(facets[i], facets[j])), onStrip = smooth;
             const std::uint32_t ends[4] = {t.normal[k], t.normal[NextCorner(k)], u.normal[m], u.normal[NextCorner(m)]};

@@ -129,7 +129,7 @@ void CTriMesh::Reload() {
 void CTriMesh::ReadRecord() {
     spoolView_ = spoolFile_->View(spoolOffset_, spoolBytes_);
     if (!spoolView_) return;
-    std::byte* next = spoolView_->Data();
+    const std::byte* next = spoolView_->Data();
     vertices_.StandAt(next);
     triangles_.StandAt(next);
     stripVertices_.StandAt(next);

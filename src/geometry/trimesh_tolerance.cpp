@@ -110,7 +110,7 @@ void CTriMesh::SetPointTolerance(float tolerance) {
     }
     normalsValid_ = stripsValid_ = false;
     spoolStale_ = true;
-    for (TriMeshTriangle& t : triangles_) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::kResolved);
+    for (TriMeshTriangle& t : triangles_.ToWrite()) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::kResolved);
     const std::vector<Vec3> facets = Facets();
     SmoothNormals(facets);
     std::vector<std::uint8_t> stripEdges;
@@ -136,15 +136,17 @@ void CTriMesh::RemoveCollapsed() {
             t.neighbour[k] = renumbered[t.neighbour[k]];
             if (t.neighbour[k] == kNoTriangle) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::SmoothBit(k));
         }
-        triangles_[renumbered[i]] = t;
+        triangles_.ToWrite()[renumbered[i]] = t;
     }
     triangles_.resize(left);
+    const std::span<std::uint32_t> starts = incidentStart_.ToWrite();
+    const std::span<TriangleIndex> uses = incident_.ToWrite();
     std::uint32_t kept = 0, at = 0;
     for (std::size_t v = 0; v < vertices_.size(); ++v) {
-        const std::uint32_t end = incidentStart_[v + 1];
+        const std::uint32_t end = starts[v + 1];
         for (; at < end; ++at)
-            if (renumbered[incident_[at]] != kNoTriangle) incident_[kept++] = renumbered[incident_[at]];
-        incidentStart_[v + 1] = kept;
+            if (renumbered[uses[at]] != kNoTriangle) uses[kept++] = renumbered[uses[at]];
+        starts[v + 1] = kept;
     }
     incident_.resize(kept);
 }
@@ -181,7 +183,7 @@ void CTriMesh::MergeVertices() {
         const TriangleIndex* last = isChanged[v] ? first + changed[v].size() : incident_.data() + incidentStart_[v + 1];
         start = incidentStart_[v + 1];
         incident.insert(incident.end(), first, last);
-        incidentStart_[v + 1] = static_cast<std::uint32_t>(incident.size());
+        incidentStart_.ToWrite()[v + 1] = static_cast<std::uint32_t>(incident.size());
     }
     incident_.Take(std::move(incident));
 }
@@ -196,7 +198,7 @@ void CTriMesh::MergeInto(std::uint32_t kept, std::vector<TriangleIndex>& all, st
         if (triangles_[i].CornerAt(kept) >= 0)
             for (std::size_t at = 0; at < all.size(); ++at)
                 if (all[at] == i) fan.fresh.push_back(static_cast<std::uint32_t>(at));
-        for (std::uint32_t& v : triangles_[i].vertex)
+        for (std::uint32_t& v : triangles_.ToWrite()[i].vertex)
             if (v == merged) v = kept;
     }
     const std::size_t firstNew = first || !fan.fresh.empty() ? 0 : all.size(), before = all.size();

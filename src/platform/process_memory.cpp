@@ -10,8 +10,6 @@
 #include <sstream>
 #include <string>
 
-#include "platform/spool_file.h"
-
 namespace tessera {
 namespace {
 
@@ -57,7 +55,7 @@ std::uint64_t ProcessMemory::Physical() const {
     return std::min(machine, ControlGroupLimit());
 }
 
-// Resident memory beside what is the process's own: in memory, swapped out, or in a spool file that stands for memory.
+// Resident memory beside what is the process's own, in memory or swapped out.
 bool ProcessMemory::ReadUsed(std::uint64_t& used) const {
     std::ifstream status("/proc/self/status");
     std::uint64_t sum = 0;
@@ -72,7 +70,7 @@ bool ProcessMemory::ReadUsed(std::uint64_t& used) const {
         ++found;
     }
     if (found < 2) return false;
-    used = sum + SpoolView::BytesMapped();
+    used = sum;
     return true;
 }
 

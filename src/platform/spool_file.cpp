@@ -12,7 +12,6 @@ namespace {
 
 // Less is read: mappings are whole pages, and a process may have only so many.
 constexpr std::size_t kLeastMapped = 1 << 18;
-std::atomic<std::uint64_t> g_bytesMapped{0};
 
 }  // namespace
 
@@ -21,7 +20,7 @@ bool SpoolView::Map(int descriptor, std::int64_t offset, std::size_t bytes) {
 #if defined(MADV_POPULATE_READ)
     const std::int64_t within = offset % sysconf(_SC_PAGESIZE);
     const std::size_t all = bytes + static_cast<std::size_t>(within);
-    void* const place = mmap(nullptr, all, PROT_READ | PROT_WRITE, MAP_PRIVATE, descriptor, offset - within);
+    void* const place = mmap(nullptr, all, PROT_READ, MAP_PRIVATE, descriptor, offset - within);
     if (place == MAP_FAILED) return false;
     if (madvise(place, all, MADV_POPULATE_READ) != 0) {
         munmap(place, all);
@@ -29,8 +28,7 @@ bool SpoolView::Map(int descriptor, std::int64_t offset, std::size_t bytes) {
     }
     mapped_ = place;
     mappedBytes_ = all;
-    g_bytesMapped += all;
-    data_ = static_cast<std::byte*>(place) + within;
+    data_ = static_cast<const std::byte*>(place) + within;
     return true;
 #else
     static_cast<void>(descriptor), static_cast<void>(offset), static_cast<void>(bytes);
@@ -39,12 +37,8 @@ bool SpoolView::Map(int descriptor, std::int64_t offset, std::size_t bytes) {
 }
 
 SpoolView::~SpoolView() {
-    if (!mapped_) return;
-    munmap(mapped_, mappedBytes_);
-    g_bytesMapped -= mappedBytes_;
+    if (mapped_) munmap(mapped_, mappedBytes_);
 }
-
-std::uint64_t SpoolView::BytesMapped() { return g_bytesMapped; }
 
 std::unique_ptr<SpoolView> SpoolFile::View(std::int64_t offset, std::size_t bytes) const {
     struct stat status;
@@ -54,7 +48,7 @@ std::unique_ptr<SpoolView> SpoolFile::View(std::int64_t offset, std::size_t byte
     if (bytes >= kLeastMapped && view->Map(fileno(file_), offset, bytes)) return view;
     view->heap_ = std::make_unique_for_overwrite<std::byte[]>(bytes);
     view->data_ = view->heap_.get();
-    return Read(offset, view->data_, bytes) ? std::move(view) : nullptr;
+    return Read(offset, view->heap_.get(), bytes) ? std::move(view) : nullptr;
 }
 
 std::shared_ptr<SpoolFile> SpoolFile::Create(const std::string& folder) {

@@ -12,23 +12,21 @@
 
 namespace tessera {
 
-// A piece of a spool file in memory. What its holder writes there stays out of the file.
+// A piece of a spool file in memory, to be read.
 class SpoolView {
 public:
     ~SpoolView();
     SpoolView(const SpoolView&) = delete;
     SpoolView& operator=(const SpoolView&) = delete;
 
-    std::byte* Data() { return data_; }
-    // Bytes of this process that are not on the heap but in files, all views together. From any thread.
-    static std::uint64_t BytesMapped();
+    const std::byte* Data() const { return data_; }
 
 private:
     friend class SpoolFile;
     SpoolView() = default;
     bool Map(int descriptor, std::int64_t offset, std::size_t bytes);
 
-    std::byte* data_ = nullptr;
+    const std::byte* data_ = nullptr;
     void* mapped_ = nullptr;  // whole pages around it, or null where it is on the heap
     std::size_t mappedBytes_ = 0;
     std::unique_ptr<std::byte[]> heap_;

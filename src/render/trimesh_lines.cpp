@@ -22,7 +22,7 @@ void CTriMesh::MarkFacing(const CMatrix& matrix) {
     constexpr auto kBoth = static_cast<std::uint8_t>(TriMeshTriangle::kTowards | TriMeshTriangle::kAway);
     const Vec3 camera = TransformPointByInverse(cameraPoint, matrix),
                target = TransformPointByInverse(targetPoint, matrix);
-    for (TriMeshTriangle& t : triangles_) {
+    for (TriMeshTriangle& t : triangles_.ToWrite()) {
         t.flags2 &= static_cast<std::uint8_t>(~kBoth);
         if (viewingType != 0 && viewingType != 1) continue;
         const double side = Dot(Normalized(viewingType == 0 ? Corner(t, 0) - camera : target - camera), Facet(t));

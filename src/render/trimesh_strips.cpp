@@ -7,9 +7,11 @@
 #include <GL/gl.h>
 
 #include <algorithm>
+#include <span>
 
 #include "geometry/angle_limit.h"
 #include "geometry/trimesh.h"
+#include "platform/prefetch.h"
 #include "render/draw_state.h"
 
 namespace tessera {
@@ -19,6 +21,9 @@ namespace {
 constexpr double kFirstStepLimit = 45.0;
 // Vertices of a strip that counts as long.
 constexpr std::size_t kLong = 64;
+// Pairs of steps between the announcement of a triangle and the triangle; vertices between theirs.
+constexpr TriangleIndex kAhead = 8;
+constexpr std::size_t kVerticesAhead = 16;
 
 // Where a line stands: a triangle and the edge over which it goes on.
 struct Place {
@@ -39,10 +44,12 @@ struct StripVertex {
 
 class StripBuilder {
 public:
-    StripBuilder(MeshArray<TriMeshTriangle>& triangles, const std::vector<Vec3>& facets,
+    StripBuilder(std::span<TriMeshTriangle> triangles, const std::vector<Vec3>& facets,
                  const std::vector<std::uint8_t>& smooth)
-        : triangles_(triangles), facets_(facets), smooth_(smooth), seen_(triangles.size(), 0) {
-        vertices_.reserve(triangles.size() + triangles.size() / 4);
+        : triangles_(triangles), facets_(facets), smooth_(smooth) {
+        ReserveLarge(seen_, triangles.size());
+        seen_.resize(triangles.size(), 0);
+        ReserveLarge(vertices_, triangles.size() + triangles.size() / 4);
     }
     void Build();
     const std::vector<StripVertex>& Vertices() const { return vertices_; }
@@ -59,8 +66,14 @@ private:
     // The triangle across an edge, if a strip may go there; entry is the edge on its side.
     TriangleIndex Across(TriangleIndex t, int edge, int& entry) const;
     bool IsFirstStep(Place at) const;
+    // Every other triangle of a line.
+    struct Steps {
+        TriangleIndex last = 0, step = 0;
+    };
+    // Has the triangle on its way that a line will have come to some steps after t, if it goes on as before.
+    void Announce(TriangleIndex t, Steps& steps);
 
-    MeshArray<TriMeshTriangle>& triangles_;
+    std::span<TriMeshTriangle> triangles_;
     const std::vector<Vec3>& facets_;
     const std::vector<std::uint8_t>& smooth_;
     std::vector<std::uint32_t> seen_;  // number of the last walk that met the triangle
@@ -93,10 +106,12 @@ bool StripBuilder::IsFirstStep(Place at) const {
 // Adds the corners behind the place, an even triangle of the strip, so that the next is an odd one.
 void StripBuilder::Forward(Place at, Line& line) {
     int entry = 0;
+    Steps steps[2];
     for (bool odd = true;; odd = !odd) {
         const TriangleIndex next = Across(at.triangle, at.exit, entry);
         if (next == kNoTriangle || seen_[next] == walk_) return;
         seen_[next] = walk_;
+        Announce(next, steps[odd]);
         line.push_back({next, PreviousCorner(entry)});
         at = {next, odd ? PreviousCorner(entry) : NextCorner(entry)};
     }
@@ -110,10 +125,12 @@ void StripBuilder::Backward(Place at, Line& line) {
     behind_.clear();
     int exit = 0, entry = PreviousCorner(at.exit);
     behind_.push_back({at.triangle, PreviousCorner(entry)});
+    Steps steps[2];
     for (bool odd = true;; odd = !odd) {
         const TriangleIndex before = Across(at.triangle, entry, exit);
         if (before == kNoTriangle || seen_[before] == walk_) break;
         seen_[before] = walk_;
+        Announce(before, steps[odd]);
         at = {before, exit};
         entry = odd ? NextCorner(exit) : PreviousCorner(exit);
         if (!odd && IsFirstStep(at)) {
@@ -125,6 +142,17 @@ void StripBuilder::Backward(Place at, Line& line) {
     for (const int corner : {PreviousCorner(start.exit), start.exit, NextCorner(start.exit)})
         line.push_back({start.triangle, corner});
     while (kept > 0) line.push_back(behind_[--kept]);
+}
+
+// The triangles of a line stand at even steps in most meshes.
+void StripBuilder::Announce(TriangleIndex t, Steps& steps) {
+    const TriangleIndex step = t - steps.last, later = t + kAhead * step;
+    const bool even = step == steps.step;
+    steps = {t, step};
+    if (!even || later >= triangles_.size()) return;
+    Prefetch(&triangles_[later]);
+    Prefetch(&seen_[later]);
+    Prefetch(&smooth_[later]);
 }
 
 void StripBuilder::Follow(Place from, Line& line) {
@@ -157,7 +185,9 @@ void StripBuilder::FindLongestLine(TriangleIndex t) {
 }
 
 void StripBuilder::Emit(const Line& line) {
-    for (const StripCorner& at : line) {
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const StripCorner& at = line[i];
+        if (i + kVerticesAhead < line.size()) Prefetch(&triangles_[line[i + kVerticesAhead].triangle]);
         TriMeshTriangle& t = triangles_[at.triangle];
         t.flags |= TriMeshTriangle::kVisited;
         vertices_.push_back({t.normal[at.corner], t.vertex[at.corner]});
@@ -189,16 +219,20 @@ void CTriMesh::BuildStrips() {
 }
 
 void CTriMesh::BuildStrips(const std::vector<Vec3>& facets, const std::vector<std::uint8_t>& stripEdges) {
-    StripBuilder builder(triangles_, facets, stripEdges);
+    StripBuilder builder(triangles_.ToWrite(), facets, stripEdges);
     builder.Build();
     spoolStale_ = true;  // a copy on disk has other strips
     stripLengths_.Take(builder.TakeLengths());
     stripLengths_.shrink_to_fit();
     stripVertices_.Free();
     stripVertices_.resize(6 * builder.Vertices().size());
-    float* out = stripVertices_.data();
-    for (const StripVertex& v : builder.Vertices()) {
-        const Vec3 &n = (*normals_)[v.normal], &p = vertices_[v.vertex];
+    float* out = stripVertices_.ToWrite().data();
+    const std::vector<StripVertex>& order = builder.Vertices();
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        const StripVertex& later = order[std::min(i + kVerticesAhead, order.size() - 1)];
+        Prefetch(&(*normals_)[later.normal]);
+        Prefetch(&vertices_[later.vertex]);
+        const Vec3 &n = (*normals_)[order[i].normal], &p = vertices_[order[i].vertex];
         for (const float value : {n.x, n.y, n.z, p.x, p.y, p.z}) *out++ = value;
     }
     stripsValid_ = true;

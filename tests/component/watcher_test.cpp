@@ -112,11 +112,8 @@ TEST(SpoolFiles, AreNamelessAndCheckTheirWrites) {
     std::vector<char> block(1 << 20, 'x');
     ASSERT_TRUE(file->Write(block.data(), block.size()) && file->Flush(4, true));
     for (const std::size_t bytes : {block.size() / 8, block.size() - 3}) {  // read and mapped
-        for (int time = 0; time < 2; ++time) {
-            const auto view = file->View(7, bytes);
-            ASSERT_TRUE(view && view->Data()[0] == std::byte{'x'} && view->Data()[bytes - 1] == std::byte{'x'});
-            std::fill_n(view->Data(), bytes, std::byte{'y'});
-        }
+        const auto view = file->View(7, bytes);
+        ASSERT_TRUE(view && view->Data()[0] == std::byte{'x'} && view->Data()[bytes - 1] == std::byte{'x'});
         EXPECT_EQ(file->View(static_cast<std::int64_t>(block.size() - bytes) + 5, bytes), nullptr);
     }
     file->Close();

@@ -43,9 +43,17 @@ std::uint64_t Used(const ProcessMemory& memory) {
     return used;
 }
 
-// Gives the most that was used at once, by the engine's own reckoning.
+// What the system could not take back: neither code nor what stands in files.
+std::uint64_t HeldNow() {
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;)
+        if (std::uint64_t kilobytes = 0; word == "RssAnon:" && status >> kilobytes) return kilobytes * 1024;
+    std::abort();
+}
+
+// Gives the most that was held at once.
 std::uint64_t BuildAndWrite(const std::string& path, const ProcessMemory* budget, std::uint64_t limit) {
-    const LittleMemory reading(0);
+    const std::uint64_t before = HeldNow();
     Scene scene;
     int error = 0;
     std::uint64_t most = 0;
@@ -54,15 +62,16 @@ std::uint64_t BuildAndWrite(const std::string& path, const ProcessMemory* budget
         // A host with patience: the watcher needs a moment, not help.
         for (int wait = 0; budget && wait < 2000 && Used(*budget) > limit; ++wait)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        most = std::max(most, Used(reading));
+        most = std::max(most, HeldNow());
     }
     scene.Draw();
-    most = std::max(most, Used(reading));
+    most = std::max(most, HeldNow());
     BSTR name = SysAllocString(std::filesystem::path(path).u16string().c_str());
     scene->WriteTDPM(name, &error);
+    most = std::max(most, HeldNow());
     SysFreeString(name);
     if (error != 1) std::abort();
-    return most;
+    return most - before;
 }
 
 // Runs BuildAndWrite in a process of its own; beyond `allowed`, if not 0, it gets no memory.
@@ -84,7 +93,7 @@ std::uint64_t InProcess(const std::string& path, std::uint64_t allowed) {
             const rlimit data = {bytes, bytes};
             if (setrlimit(RLIMIT_DATA, &data) != 0) std::abort();
         }
-        answer = BuildAndWrite(path, allowed > 0 ? &little : nullptr, limit) / 2;
+        answer = BuildAndWrite(path, allowed > 0 ? &little : nullptr, limit);
         _exit(write(ends[1], &answer, sizeof answer) == sizeof answer ? 0 : 1);
     }
     close(ends[1]);
