@@ -8,11 +8,11 @@
 namespace tessera {
 namespace {
 
-void Identity(double* m) {
+void PutIdentity(double* m) {
     for (int i = 0; i < 16; ++i) m[i] = i % 5 == 0 ? 1.0 : 0.0;
 }
 
-void Product(const double* a, const double* b, double* out) {
+void Product(const double* __restrict a, const double* __restrict b, double* __restrict out) {
     for (int r = 0; r < 4; ++r)
         for (int c = 0; c < 4; ++c)
             out[4 * r + c] =
@@ -32,28 +32,28 @@ double Cosine(double angle) { return static_cast<double>(std::cos(static_cast<lo
 double Sine(double angle) { return static_cast<double>(std::sin(static_cast<long double>(angle))); }
 
 void OneRotationX(double* m, double angle) {
-    Identity(m);
+    PutIdentity(m);
     m[5] = m[10] = Cosine(angle);
     m[9] = Sine(angle);
     m[6] = -m[9];
 }
 
 void OneRotationY(double* m, double angle) {
-    Identity(m);
+    PutIdentity(m);
     m[0] = m[10] = Cosine(angle);
     m[2] = Sine(angle);
     m[8] = -m[2];
 }
 
 void OneRotationZ(double* m, double angle) {
-    Identity(m);
+    PutIdentity(m);
     m[0] = m[5] = Cosine(angle);
     m[4] = Sine(angle);
     m[1] = -m[4];
 }
 
 void Diagonal(double* m, double sx, double sy, double sz) {
-    Identity(m);
+    PutIdentity(m);
     m[0] = sx;
     m[5] = sy;
     m[10] = sz;
@@ -124,9 +124,19 @@ void LuFactors::Solve(float b[4]) const {
 
 }  // namespace
 
+CMatrix::CMatrix(const CMatrix& first, const CMatrix& then) : determinant_(first.determinant_) {
+    Product(first.m_, then.m_, m_);
+    Product(then.inverse_, first.inverse_, inverse_);
+}
+
+const CMatrix& CMatrix::Identity() {
+    static const CMatrix identity;
+    return identity;
+}
+
 void CMatrix::SetIdentity() {
-    Identity(m_);
-    Identity(inverse_);
+    PutIdentity(m_);
+    PutIdentity(inverse_);
 }
 
 void CMatrix::Multiply(const CMatrix& other) { Append(m_, inverse_, other.m_, other.inverse_); }
@@ -178,8 +188,8 @@ Vec3 TransformByInverse(const Vec3& v, const CMatrix& matrix) { return Direction
 
 void BuildTranslation(double* m, double* inverse, double tx, double ty, double tz) {
     const double t[3] = {tx, ty, tz};
-    Identity(m);
-    Identity(inverse);
+    PutIdentity(m);
+    PutIdentity(inverse);
     for (int i = 0; i < 3; ++i) {
         m[12 + i] = t[i];
         inverse[12 + i] = -t[i];
@@ -241,8 +251,8 @@ int RotateAboutAxis(double* m, double* inverse, const double p0[3], const double
     const double phi = d[0] == 0 && d[1] == 0 ? 0 : std::atan2(d[1], d[0]);
     const double theta = std::acos(std::clamp(d[2] / length, -1.0, 1.0));
     double t[16], u[16];
-    Identity(t);
-    Identity(u);
+    PutIdentity(t);
+    PutIdentity(u);
     ApplyTranslation(t, u, -p0[0], -p0[1], -p0[2]);
     ApplyRotationZ(t, u, phi);
     ApplyRotationY(t, u, theta);

@@ -12,7 +12,10 @@ namespace tessera {
 class CMatrix {
 public:
     CMatrix() { SetIdentity(); }
+    // The product: first acts before then.
+    CMatrix(const CMatrix& first, const CMatrix& then);
 
+    static const CMatrix& Identity();
     void SetIdentity();
     // The newer operation acts after the older ones: m = m * other, inverse = other's inverse * inverse.
     void Multiply(const CMatrix& other);
@@ -46,10 +49,7 @@ private:
     float determinant_ = 0;  // left by the last Invert
 };
 
-inline CMatrix operator*(CMatrix a, const CMatrix& b) {
-    a.Multiply(b);
-    return a;
-}
+inline CMatrix operator*(const CMatrix& a, const CMatrix& b) { return {a, b}; }
 
 // p times M, with values too small for a normal float flushed to 0.
 Vec3 TransformPoint(const Vec3& p, const CMatrix& matrix);

@@ -40,8 +40,9 @@ void CTriMesh::ComputeVertexNormals() {
 void CTriMesh::SmoothNormals(const std::vector<Vec3>& facets) {
     const ToleranceScope tolerance(pointTolerance_);
     const AngleLimit near(thresholdAngle_ * kSmoothingShare);
-    for (TriangleIndex i = 0; i < triangles_.size(); ++i) {
-        const TriMeshTriangle& t = triangles_[i];
+    const std::span<const TriMeshTriangle> triangles = triangles_.ToWrite();
+    for (TriangleIndex i = 0; i < triangles.size(); ++i) {
+        const TriMeshTriangle& t = triangles[i];
         if (t.IsAllResolved() || t.HasGivenNormals()) continue;
         for (int k = 0; k < 3; ++k)
             if (!t.IsResolved(k)) SmoothCorner(i, k, facets, near);

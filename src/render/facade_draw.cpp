@@ -14,7 +14,7 @@ HRESULT CTessera::Draw(int nodeID, int mode, int* errCode) {
     glEnable(GL_NORMALIZE);
     glCullFace(GL_BACK);
     if (node == m_root) {
-        for (int pass = 0; pass < 3; ++pass) m_root->DrawNode(CMatrix(), mode, pass, 0);
+        for (int pass = 0; pass < 3; ++pass) m_root->DrawNode(CMatrix::Identity(), mode, pass, 0);
         return STATUS_OK;
     }
     const CMatrix above = Above(node);
@@ -34,7 +34,7 @@ HRESULT CTessera::DrawSimple(int nodeID, int* errCode) {
 }
 
 BBox CTessera::SceneBox() {
-    const CMatrix identity;
+    const CMatrix& identity = CMatrix::Identity();
     return m_root->GetBoundBox(identity, identity, false, identity);
 }
 

@@ -75,7 +75,7 @@ HRESULT CTessera::DrawLOD(int nodeID, int mode, float acc, int* errCode) {
     sceneBox = SceneBox();
     m_root->SetUseDisplayAcc(true, accumulated, sceneBox);
     if (node == m_root) {
-        for (int pass = 0; pass < 3; ++pass) m_root->DrawNode(CMatrix(), mode, pass, 0);
+        for (int pass = 0; pass < 3; ++pass) m_root->DrawNode(CMatrix::Identity(), mode, pass, 0);
         reducedLast = gReducedDrawn;
     } else {
         const CMatrix above = Above(node);

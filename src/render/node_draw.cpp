@@ -17,7 +17,7 @@ bool IsWanted(const CNode& node, int kind) { return (node.selected != 0) == (kin
 void CPartInstance::DrawAt(const CMatrix& placement, int kind, int pass, int flip) {
     // Most draws need no box.
     const bool needsBox = part_->IsCapped() || part_->IsReduced();
-    part_->DrawPart(placement, kind, pass, flip, needsBox ? BoxAt(placement, false, CMatrix()) : boundBox);
+    part_->DrawPart(placement, kind, pass, flip, needsBox ? BoxAt(placement, false, CMatrix::Identity()) : boundBox);
 }
 
 void CAssembly::DrawNode(const CMatrix& M, int kind, int pass, int flip) {

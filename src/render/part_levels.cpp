@@ -200,7 +200,6 @@ int CPart::ChooseLevel(const BBox& instanceBox) {
     if (IsPreset(displayAccuracy, kCoarsest)) return last;
     const bool noFull = IsPreset(displayAccuracy, kNoFullDetail);
     const float inverse = static_cast<float>(1 / instanceBox.Diagonal());
-    const float ratio = static_cast<float>((sceneBox ? sceneBox->Diagonal() : 0) * inverse);
     const float distance = static_cast<float>(Length(MiddleOf(instanceBox) - cameraPoint) * inverse * zoomFactor);
     float span = kSpan;
     if (displayAccuracy < 0) {
@@ -210,6 +209,7 @@ int CPart::ChooseLevel(const BBox& instanceBox) {
     FindCutOffs(lodGroups.size() + 1, span, displayAccuracy, cutOffs_);
     for (std::size_t i = 0; i < cutOffs_.size(); ++i)
         if (distance < cutOffs_[i]) return i == 0 && noFull ? 1 : static_cast<int>(i);
+    const float ratio = static_cast<float>((sceneBox ? sceneBox->Diagonal() : 0) * inverse);
     return ratio < kDotRatio ? last : -1;
 }
 

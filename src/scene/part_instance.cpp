@@ -12,10 +12,11 @@ namespace {
 // Moves on with every change of geometry or placement; boxes of an earlier epoch are stale.
 std::atomic<std::uint64_t> gBoxEpoch{0};
 
-// Mostly to the bit.
-bool IsSame(const CMatrix& a, const CMatrix& b) {
-    return std::memcmp(a.Forward(), b.Forward(), 16 * sizeof(double)) == 0 || a.Equals(b);
+bool HasSameBits(const CMatrix& a, const CMatrix& b) {
+    return &a == &b || std::memcmp(a.Forward(), b.Forward(), 16 * sizeof(double)) == 0;
 }
+
+bool IsSame(const CMatrix& a, const CMatrix& b) { return HasSameBits(a, b) || a.Equals(b); }
 
 }  // namespace
 
@@ -67,14 +68,16 @@ BBox CPartInstance::GetBoundBox(const CMatrix& M, const CMatrix& E, bool recompu
 }
 
 const BBox& CPartInstance::BoxAt(const CMatrix& T, bool recompute, const CMatrix& reference) {
-    if (!recompute && boxReference_ && boxEpoch_ == gBoxEpoch && IsSame(*boxMatrix_, T) &&
-        IsSame(*boxReference_, reference))
+    const CMatrix& identity = CMatrix::Identity();
+    if (!recompute && boxMatrix_ && boxEpoch_ == gBoxEpoch && IsSame(*boxMatrix_, T) &&
+        IsSame(boxReference_ ? *boxReference_ : identity, reference))
         return boundBox;
     InvalidateBoundBox();
-    boxEpoch_ = gBoxEpoch;
-    boxMatrix_ = std::make_unique<CMatrix>(T);
+    auto matrix = std::make_unique<CMatrix>(T);
+    if (!HasSameBits(reference, identity)) boxReference_ = std::make_unique<CMatrix>(reference);
     boundBox = part_->GetBoundBox(T, recompute, reference);
-    boxReference_ = std::make_unique<CMatrix>(reference);
+    boxEpoch_ = gBoxEpoch;
+    boxMatrix_ = std::move(matrix);
     return boundBox;
 }
 

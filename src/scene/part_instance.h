@@ -97,7 +97,8 @@ private:
     void DrawAt(const CMatrix& placement, int kind, int pass, int flip);
 
     CPart* part_ = nullptr;
-    // The matrices for which boundBox holds, and the state of the geometry at that time.
+    // The matrices for which boundBox holds, no second one for the identity, and the state of the geometry at that
+    // time.
     std::unique_ptr<CMatrix> boxMatrix_, boxReference_;
     std::uint64_t boxEpoch_ = 0;
 };
