@@ -9,6 +9,7 @@
 #include <assimp/LogStream.hpp>
 #include <assimp/ProgressHandler.hpp>
 #include <new>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "failure.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <atomic>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "file_format.h"

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <fstream>
 #include <new>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "assimp_reader.h"

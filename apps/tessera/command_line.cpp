@@ -1,5 +1,6 @@
 #include "command_line.h"
 
+#include <CLI/CLI.hpp>
 #include <ostream>
 
 namespace tessera::cli {

@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "commands.h"

@@ -1,5 +1,7 @@
 #include "pick_options.h"
 
+#include <CLI/CLI.hpp>
+
 namespace tessera::cli {
 
 void DeclarePickOptions(CLI::App& command, PickOptions& options) {

@@ -1,5 +1,6 @@
 #include "render_options.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <cmath>

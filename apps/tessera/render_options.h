@@ -1,14 +1,18 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <array>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "camera.h"
 #include "scene_picture.h"
+
+namespace CLI {
+class App;
+}
 
 namespace tessera::cli {
 

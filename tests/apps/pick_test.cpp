@@ -1,5 +1,6 @@
 // Picks, sections and measures from the command line, and what they add to a picture.
 #include <cmath>
+#include <nlohmann/json.hpp>
 #include <numbers>
 #include <set>
 

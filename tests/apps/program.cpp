@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <thread>
 
@@ -97,6 +98,8 @@ nlohmann::json ProgramTest::Info(const std::string& model) const {
     EXPECT_EQ(told.status, 0) << told.err;
     return nlohmann::json::parse(told.out, nullptr, false);
 }
+
+std::string TriangleGlb() { return TriangleGlb(nlohmann::json::object()); }
 
 std::string TriangleGlb(const nlohmann::json& patch, const std::vector<float>& points,
                         const std::vector<unsigned short>& corners) {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -33,9 +33,9 @@ private:
     std::string folder_;
 };
 
-// One triangle as a GLB file. `patch` is merged over its description, `points` and `corners` are its arrays.
-std::string TriangleGlb(const nlohmann::json& patch = nlohmann::json::object(),
-                        const std::vector<float>& points = {0, 0, 0, 1, 0, 0, 0, 1, 0},
+// One triangle as a GLB file. `patch`, in JSON, is merged over its description, `points` and `corners` are its arrays.
+std::string TriangleGlb();
+std::string TriangleGlb(const nlohmann::json& patch, const std::vector<float>& points = {0, 0, 0, 1, 0, 0, 0, 1, 0},
                         const std::vector<unsigned short>& corners = {0, 1, 2});
 
 // A binary STL file that declares `count` triangles and holds those that `points` has.

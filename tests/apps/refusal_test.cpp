@@ -2,6 +2,7 @@
 #include <array>
 #include <filesystem>
 #include <limits>
+#include <nlohmann/json.hpp>
 
 #include "program.h"
 #include "words.h"
