@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <thread>
 
@@ -36,10 +37,14 @@ public:
 private:
     // The first pause lets a model load undisturbed.
     void Run() {
-        if (!Sleep(SpoolSchedule::kSlow)) return;
-        SpoolSchedule schedule(Memory().Physical());
-        do Look(schedule);
-        while (Sleep(schedule.Pause()));
+        std::optional<SpoolSchedule> schedule;
+        while (Sleep(schedule ? schedule->Pause() : SpoolSchedule::kSlow)) {
+            try {
+                if (!schedule) schedule.emplace(Memory().Physical());
+                Look(*schedule);
+            } catch (...) {  // whatever a look has met, the next one may not
+            }
+        }
     }
 
     const ProcessMemory& Memory() const { return settings_.memory ? *settings_.memory : system_; }
@@ -54,11 +59,8 @@ private:
     void Look(SpoolSchedule& schedule) {
         std::uint64_t used = 0;
         if (!Memory().ReadUsed(used) || !root_->HasChildren() || !schedule.IsDue(used)) return;
-        try {
-            const std::uint64_t written = Pass();
-            if (Memory().ReadUsed(used)) schedule.Passed(used, written);
-        } catch (...) {  // whatever a pass has met, the next one may not
-        }
+        const std::uint64_t written = Pass();
+        if (Memory().ReadUsed(used)) schedule.Passed(used, written);
     }
 
     // Gives the bytes written. A file with nothing in it goes at once, and so does one that is no longer needed

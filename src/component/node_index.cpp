@@ -21,7 +21,7 @@ void NodeIndex::AddAll(CNode* node) {
         auto* const instance = static_cast<CPartInstance*>(node);
         if (!instance->Part()) return;
         instances_[instance->GetPartID()] = instance;
-        AddName(instance->Part());
+        AddName(instance->Part()->name, instance->GetPartID());
         return;
     }
     for (CNode* child : static_cast<CAssembly*>(node)->Children()) AddAll(child);
@@ -30,22 +30,36 @@ void NodeIndex::AddAll(CNode* node) {
 void NodeIndex::Forget(CNode* node) {
     nodes_.erase(node->id);
     if (node->GetNodeType() == 1) {
-        const CPart* const part = static_cast<CPartInstance*>(node)->Part();
-        if (!part) return;
-        const auto shown = instances_.find(part->id);
-        if (shown != instances_.end() && shown->second == node) instances_.erase(shown);
-        if (part->useCount == 1) ForgetName(part);
+        ForgetPart(static_cast<CPartInstance*>(node));
         return;
     }
     for (CNode* child : static_cast<CAssembly*>(node)->Children()) Forget(child);
 }
 
-void NodeIndex::AddName(const CPart* part) {
-    if (part->name == CPart::DefaultName()) return;
-    const auto [first, last] = partNames_.equal_range(part->name);
+void NodeIndex::ForgetPart(CPartInstance* instance) {
+    const CPart* const part = instance->Part();
+    if (!part) return;
+    const auto shown = instances_.find(part->id);
+    if (shown != instances_.end() && shown->second == instance) instances_.erase(shown);
+    if (part->useCount == 1) ForgetName(part);
+}
+
+void NodeIndex::LinkPart(CPartInstance* instance, CPart* part) {
+    if (instance->parent) {
+        instances_.try_emplace(part->id, instance);  // not trusted before the instance shows it
+        AddName(part->name, part->id);
+        if (instance->Part() != part) ForgetPart(instance);
+    }
+    instance->LinkPart(part);
+    if (instance->parent) instances_.find(part->id)->second = instance;
+}
+
+void NodeIndex::AddName(const String& name, int partId) {
+    if (name == CPart::DefaultName()) return;
+    const auto [first, last] = partNames_.equal_range(name);
     for (auto entry = first; entry != last; ++entry)
-        if (entry->second == part->id) return;
-    partNames_.emplace(part->name, part->id);
+        if (entry->second == partId) return;
+    partNames_.emplace(name, partId);
 }
 
 void NodeIndex::ForgetName(const CPart* part) {
@@ -58,9 +72,11 @@ void NodeIndex::ForgetName(const CPart* part) {
 }
 
 void NodeIndex::RenamePart(CPart* part, const String& name) {
+    if (part->name == name) return;
+    String copy = name;
+    AddName(name, part->id);
     ForgetName(part);
-    part->name = name;
-    AddName(part);
+    part->name = std::move(copy);
 }
 
 bool NodeIndex::IsNameOfOtherPart(const String& name, int partId) {

@@ -30,14 +30,17 @@ public:
     CPartInstance* InstanceOfPart(int partId);
     // Whether a part in the tree, other than that with the id, has the name.
     bool IsNameOfOtherPart(const String& name, int partId);
+    // These change nothing where memory runs out.
     void RenamePart(CPart* part, const String& name);
+    void LinkPart(CPartInstance* instance, CPart* part);
 
 private:
     void AddAll(CNode* node);
     bool IsInTree(const CNode* node) const;
     bool Shows(CPartInstance* instance, int partId) const;
-    void AddName(const CPart* part);
+    void AddName(const String& name, int partId);
     void ForgetName(const CPart* part);
+    void ForgetPart(CPartInstance* instance);
 
     CAssembly* root_;
     std::unordered_map<int, CNode*> nodes_;

@@ -23,7 +23,7 @@ HRESULT CreateTessera(ITessera** component) {
     return STATUS_OK;
 }
 
-CTessera::CTessera() : m_root(new CAssembly), index_(m_root) {
+CTessera::CTessera() : rootOwner_(new CAssembly), m_root(rootOwner_.get()), index_(m_root) {
     m_root->SetName(FromAscii("/"));
     g_triNormalBase = 0;
     MemoryWatcher::Start(m_root, &spoolFiles);
@@ -34,7 +34,7 @@ CTessera::~CTessera() {
     ClearTree();
     g_triNormalBase = 0;
     if (decimator) decimator->Release();
-    delete m_root;
+    rootOwner_.reset();
     delete m_lastAssembly;
     delete m_lastPartInstance;
     delete m_lastPart;
@@ -144,15 +144,13 @@ HRESULT CTessera::SetPart(int partInstanceID, int partID, int* errCode) try {
     CPart* part = nullptr;
     if (m_lastPart && m_lastPart->id == partID) {
         part = m_lastPart;
-        m_lastPart = nullptr;
         Give(errCode, static_cast<int>(ErrDone));
     } else {
         part = PartOf(partID, errCode);
     }
     if (!part) return STATUS_FAIL;
-    index_.Forget(instance);
-    instance->LinkPart(part);
-    if (instance->parent) index_.Add(instance);
+    index_.LinkPart(instance, part);
+    if (part == m_lastPart) m_lastPart = nullptr;
     return STATUS_OK;
 } catch (const std::bad_alloc&) {
     throw ComError(STATUS_OUT_OF_MEMORY);
@@ -182,7 +180,6 @@ HRESULT CTessera::SetParent(int sonID, int parentID, int* errCode) try {
         son = index_.Node(sonID);
     if (!son || son == m_root) return end(ErrState);
     Link(son, parent);
-    son->SetName(String(son->Name()));
     m_root->InvalidateBoundBox();
     return end(ErrDone);
 } catch (const std::bad_alloc&) {
@@ -196,8 +193,12 @@ void CTessera::Link(CNode* son, CAssembly* parent) {
     for (const CNode* p = parent; p && !ring; p = p->parent) ring = p == son;
     std::list<CNode*> place{son};
     dropped_.reserve(dropped_.size() + 1);
+    const bool stays = son->parent == parent;  // and is counted there
+    String name = stays ? parent->UniqueName(son, son->Name()) : String();
     parent->ExpectChild(son);
     try {
+        if (!stays) name = parent->UniqueName(son, son->Name());
+        parent->ExpectName(name);
         if (!ring) index_.Add(son);
     } catch (...) {
         parent->ExpectNoChild(son);
@@ -211,6 +212,7 @@ void CTessera::Link(CNode* son, CAssembly* parent) {
     if (son == m_lastAssembly) m_lastAssembly = nullptr;
     if (son->parent) son->parent->DetachChild(son->id);
     parent->AddChild(place);
+    son->TakeName(std::move(name));
 }
 
 void CTessera::DeleteDropped() {

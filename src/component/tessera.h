@@ -301,6 +301,7 @@ private:
     HRESULT GiveBox(int nodeID, const CMatrix& reference, float* minPoint, float* maxPoint, int* errCode);
 
     std::atomic<ULONG> references_{1};
+    std::unique_ptr<CAssembly> rootOwner_;
     CAssembly* m_root;
     int m_lastId = 0;  // only grows: ids are never given out twice
     CAssembly* m_lastAssembly = nullptr;

@@ -65,7 +65,7 @@ void CellGrid::Reset(const CellRule& rule, double tolerance, std::size_t expecte
     exact_.assign(slots, kNone);
 }
 
-void CellGrid::Release() {
+void CellGrid::Release() noexcept {
     std::vector<std::uint32_t>().swap(exact_);
     std::vector<std::uint32_t>().swap(heads_);
     std::vector<std::uint32_t>().swap(tails_);

@@ -36,7 +36,7 @@ public:
 
     // Forgets all points. tolerance is the greatest that LookUp may be asked for until the next Reset.
     void Reset(const CellRule& rule, double tolerance, std::size_t expected);
-    void Release();
+    void Release() noexcept;
     double GreatestTolerance() const { return tolerance_; }
     bool IsSet() const { return !exact_.empty(); }
 

@@ -1,5 +1,6 @@
 #include "geometry/tri_normal_table.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -21,8 +22,6 @@ constexpr double kWideTolerance = 0.01;
 }  // namespace
 
 std::uint32_t g_triNormalBase = 0;
-
-TriNormalTable::TriNormalTable() { normals_.reserve(kFirstSlots); }
 
 const unsigned char* TriNormalTable::Read(const unsigned char* stream) {
     Clear();
@@ -88,15 +87,14 @@ std::uint32_t TriNormalTable::LookUpOrAdd(const Vec3& v) {
     if (!grid_.IsSet() || tolerance > built || (built > kWideTolerance && tolerance * 16 < built)) Index(tolerance);
     const std::uint32_t found = grid_.LookUp(normals_.data(), v, tolerance);
     if (found != CellGrid::kNone) return found;
-    if (Count() == normals_.capacity()) ReserveLarge(normals_, 2 * normals_.capacity());
+    if (Count() == normals_.capacity()) ReserveLarge(normals_, std::max(2 * normals_.capacity(), kFirstSlots));
     normals_.push_back(v);
     grid_.Enter(normals_.data(), v);
     return Count() - 1;
 }
 
-void TriNormalTable::Clear() {
+void TriNormalTable::Clear() noexcept {
     std::vector<Vec3>().swap(normals_);
-    normals_.reserve(kFirstSlots);
     grid_.Release();
     gridBuilt_ = false;
     unknown_.clear();

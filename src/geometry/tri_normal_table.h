@@ -16,8 +16,6 @@ extern std::uint32_t g_triNormalBase;
 // Entries are never moved or removed, so indices stay valid until Clear.
 class TriNormalTable {
 public:
-    TriNormalTable();
-
     std::uint32_t Count() const { return static_cast<std::uint32_t>(normals_.size()); }
     // Slots beyond the count read as (1, 0, 0): meshes may outlive a Clear.
     const Vec3& operator[](std::uint32_t index) const { return index < normals_.size() ? normals_[index] : kUnused; }
@@ -33,7 +31,7 @@ public:
     // grid is built, of all before. Adds v if there is none.
     std::uint32_t LookUpOrAdd(const Vec3& v);
     void BuildGrid();
-    void Clear();
+    void Clear() noexcept;
 
 private:
     static constexpr Vec3 kUnused{1, 0, 0};

@@ -27,20 +27,19 @@ std::vector<Vec3> CTriMesh::Facets() const {
 
 void CTriMesh::ApplyMatrix(const CMatrix& matrix) {
     const ReadLock lock(*this);
-    for (Vec3& v : vertices_.ToWrite()) v = TransformPoint(v, matrix);
-    {
-        // The turned normals enter the table, but the corners keep their old ones: a scaled part is lit as before.
-        const ToleranceScope tolerance(pointTolerance_);
-        for (const TriMeshTriangle& t : triangles_)
-            for (const std::uint32_t index : t.normal) {
-                if (index >= normals_->Count()) continue;
-                const Vec3 n = Normalized(TransformByInverse((*normals_)[index], matrix));
-                if (std::isfinite(n.x) && std::isfinite(n.y) && std::isfinite(n.z)) normals_->LookUpOrAdd(n);
-            }
-    }
-    RecomputeBounds();
-    stripsValid_ = false;
+    const std::span<Vec3> vertices = vertices_.ToWrite();
     spoolStale_ = true;
+    stripsValid_ = false;
+    for (Vec3& v : vertices) v = TransformPoint(v, matrix);
+    RecomputeBounds();
+    // The turned normals enter the table, but the corners keep their old ones: a scaled part is lit as before.
+    const ToleranceScope tolerance(pointTolerance_);
+    for (const TriMeshTriangle& t : triangles_)
+        for (const std::uint32_t index : t.normal) {
+            if (index >= normals_->Count()) continue;
+            const Vec3 n = Normalized(TransformByInverse((*normals_)[index], matrix));
+            if (std::isfinite(n.x) && std::isfinite(n.y) && std::isfinite(n.z)) normals_->LookUpOrAdd(n);
+        }
 }
 
 void CTriMesh::RecomputeBounds() {

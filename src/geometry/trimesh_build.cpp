@@ -234,9 +234,10 @@ void CTriMesh::FlipTriangle(TriMeshTriangle& t) {
 void CTriMesh::FlipAll() {
     const ReadLock lock(*this);
     const ToleranceScope tolerance(pointTolerance_);
-    for (TriMeshTriangle& t : triangles_.ToWrite()) FlipTriangle(t);
+    const std::span<TriMeshTriangle> triangles = triangles_.ToWrite();
     stripsValid_ = false;
     spoolStale_ = true;
+    for (TriMeshTriangle& t : triangles) FlipTriangle(t);
 }
 
 }  // namespace tessera

@@ -119,7 +119,7 @@ void CTriMesh::ReleaseArrays() {
 }
 
 void CTriMesh::Reload() {
-    if (!spooled_ || writers_ > 0 || !triangles_.empty()) return;
+    if (!spooled_ || spoolStale_ || writers_ > 0 || !triangles_.empty()) return;
     ++writers_;
     const WriteMark mark(writers_);
     ReadRecord();

@@ -101,14 +101,23 @@ void CTriMesh::SetPointTolerance(float tolerance) {
     }
     // Vertices that have been welded cannot be parted again.
     if (!(tolerance >= pointTolerance_) || std::fabs(tolerance - pointTolerance_) < kLeastChange) return;
-    pointTolerance_ = tolerance;
-    {
+    // Where memory runs out half way, all is to be as before.
+    std::vector<TriMeshTriangle> triangles(triangles_.begin(), triangles_.end());
+    std::vector<std::uint32_t> starts(incidentStart_.begin(), incidentStart_.end());
+    std::vector<TriangleIndex> uses(incident_.begin(), incident_.end());
+    const float former = std::exchange(pointTolerance_, tolerance);
+    try {
         const ToleranceScope scope(tolerance);
         RemoveCollapsed();
         MergeVertices();
-        linksAnew_ = false;
+    } catch (...) {
+        pointTolerance_ = former;
+        triangles_.Take(std::move(triangles));
+        incidentStart_.Take(std::move(starts));
+        incident_.Take(std::move(uses));
+        throw;
     }
-    normalsValid_ = stripsValid_ = false;
+    linksAnew_ = normalsValid_ = stripsValid_ = false;
     spoolStale_ = true;
     for (TriMeshTriangle& t : triangles_.ToWrite()) t.flags &= static_cast<std::uint8_t>(~TriMeshTriangle::kResolved);
     const std::vector<Vec3> facets = Facets();

@@ -18,6 +18,7 @@ public:
 
     // In two steps, of which the first alone may run out of memory. son: a list of that node alone, which is taken.
     void ExpectChild(const CNode* son);
+    void ExpectName(const String& name) { names_.try_emplace(name, 0); }
     void ExpectNoChild(const CNode* son);  // after all
     void AddChild(std::list<CNode*>& son) noexcept;
     // Deletes all children and resets the matrices; the node itself stays as root.

@@ -53,11 +53,13 @@ HRESULT CTessera::GetNodeIDFromPath(BSTR nodePath, int* nodeID, int* errCode) tr
     throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
-HRESULT CTessera::SetUserName(int nodeID, BSTR name, int* errCode) {
+HRESULT CTessera::SetUserName(int nodeID, BSTR name, int* errCode) try {
     CNode* const node = NodeOf(nodeID, errCode);
     if (!node) return STATUS_FAIL;
     node->SetUserName(ToString(name));
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
 HRESULT CTessera::GetNodeUserName(int nodeID, BSTR* name, int* errCode) {

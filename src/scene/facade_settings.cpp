@@ -1,4 +1,6 @@
 // The interface's methods: settings of nodes and parts.
+#include <new>
+
 #include "component/tessera.h"
 #include "scene/part.h"
 #include "scene/part_instance.h"
@@ -321,11 +323,13 @@ HRESULT CTessera::GetNodePointSetVisibility(int nodeID, LONG* status, int* errCo
     return STATUS_OK;
 }
 
-HRESULT CTessera::SetEnvtexture(int partID, BSTR texturefilename, int* errCode) {
+HRESULT CTessera::SetEnvtexture(int partID, BSTR texturefilename, int* errCode) try {
     CNode* const node = NodeOf(partID, errCode);
     if (!node) return STATUS_FAIL;
     node->SetEnvtexture(ToString(texturefilename));
     return STATUS_OK;
+} catch (const std::bad_alloc&) {
+    throw ComError(STATUS_OUT_OF_MEMORY);
 }
 
 HRESULT CTessera::GetEnvtexture(int partID, BSTR* texturefilename, int* errCode) {

@@ -6,10 +6,11 @@
 
 namespace tessera {
 
-void CNode::SetName(const String& wanted) {
-    const String name = parent ? parent->UniqueName(this, wanted) : wanted;
+void CNode::SetName(const String& wanted) { TakeName(parent ? parent->UniqueName(this, wanted) : wanted); }
+
+void CNode::TakeName(String name) {
     if (parent) parent->Renamed(name_, name);
-    name_ = name;
+    name_ = std::move(name);
 }
 
 // Names are not escaped: a node whose name holds a slash cannot be found again by its path.
@@ -39,8 +40,8 @@ String CAssembly::UniqueName(const CNode* node, const String& wanted) {
 
 void CAssembly::Renamed(const String& former, const String& now) {
     if (former == now) return;
-    ForgetName(former);
     ++names_[now];
+    ForgetName(former);
 }
 
 void CAssembly::ForgetName(const String& name) {

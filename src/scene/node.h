@@ -61,6 +61,8 @@ public:
     const String& Name() const { return name_; }
     // scene/names.cpp: stores the wanted name, numbered where a sibling has it.
     void SetName(const String& wanted);
+    // One that is unique among its siblings.
+    void TakeName(String name);
     // The path of names from the root to this node.
     String FullName() const;
     // scene/transforms.cpp: the inverse of the product of all transforms from here to the root.

@@ -124,8 +124,8 @@ void CPart::SetEnvtexture(const String& text) {
 void CPart::Scale(float x, float y, float z) {
     CMatrix matrix;
     matrix.Scale(x, y, z);
-    for (const auto& element : elements_) element->ApplyMatrix(matrix);
     cachedVolume = 0;
+    for (const auto& element : elements_) element->ApplyMatrix(matrix);
 }
 
 void CPart::SetCrossSectionPlane(const Vec3& point, const Vec3& normal) {

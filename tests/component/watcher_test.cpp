@@ -40,12 +40,15 @@ TEST(SpoolSchedule, FollowsUseAndYield) {
 
 class FakeMemory final : public ProcessMemory {
 public:
-    std::uint64_t Physical() const override { return 1000; }
-    bool ReadUsed(std::uint64_t& bytes) const override { return ++looks, bytes = used, true; }
+    std::uint64_t Physical() const override { return Fail(), 1000; }
+    bool ReadUsed(std::uint64_t& bytes) const override { return ++looks, Fail(), bytes = used, true; }
     void Await(int more) const {
         for (const int until = looks + more; looks < until;) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    mutable std::atomic<int> looks{0};
+    void Fail() const {
+        if (failures > 0 && failures-- > 0) throw std::bad_alloc();
+    }
+    mutable std::atomic<int> looks{0}, failures{0};
     std::atomic<std::uint64_t> used{0};
 };
 
@@ -71,6 +74,7 @@ protected:
 
 TEST_F(Watcher, SpoolsUnnoticed) {
     memory.used = 1ull << 62;
+    memory.failures = 3;  // a look that cannot be taken is left out
     Scene scene;
     for (int i = 0; i < 3; ++i) scene.AddMesh(Sphere(16 << i, 8 << i));
     const auto area = [&] {
@@ -84,6 +88,8 @@ TEST_F(Watcher, SpoolsUnnoticed) {
     // What changed is written anew.
     scene->Scale(0, 2, 2, 2, &error);
     for (int i = 0; i < 20; ++i, memory.Await(1)) ASSERT_NEAR(area(), 4 * whole, 1e-3 * whole) << i;
+    scene->SetPointTolerance(0, 10, &error);
+    for (int i = 0; i < 3; ++i, memory.Await(1)) EXPECT_EQ(area(), 0) << "what has collapsed does not come back";
     scene->ResetSceneGraph();
     memory.Await(3);
     EXPECT_EQ(SpoolFilesOpen(), 0);

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <set>
 
 #include "render_fixture.h"
 
@@ -96,6 +97,10 @@ public:
         host.SetParent(frame, 0, &error_), host.SetNodeName(frame, name_, &error_);
         host.SetPart(instance, part, &error_), host.SetParent(instance, frame, &error_);
         host.SetPartName(part, name_, &error_), host.SetPropertyString(instance, name_, &error_);
+        host.SetUserName(0, name_, &error_), host.SetEnvtexture(instance, name_, &error_);
+        host.CreatePart(&part), host.SetPart(instance, part, &error_), host.SetPartName(part, name_, &error_);
+        host.CreateAssembly(&frame), host.SetNodeName(frame, name_, &error_), host.SetParent(frame, 0, &error_);
+        host.SetParent(instance, 0, &error_), host.SetNodeName(instance, name_, &error_);
         host.BeginTriMesh(part, &error_);
         for (std::size_t i = 0; i < cube_.size(); i += 9) host.AddTriangle3P(part, &cube_[i], &error_);
         host.EndTriMesh(part, &error_);
@@ -115,7 +120,8 @@ public:
         double volume = 0;
         host.SetVolumePrecision(0, 0.01F, &error_), host.GetVolume(0, &volume, &error_);
         host.SwitchCrossSectionPlane(0, 1, &error_), host.SetThresholdAngle(0, 10, &error_);
-        host.Draw(0, 0, &error_);
+        host.Draw(0, 0, &error_), host.Scale(instance, 1, 1, 1, &error_);
+        host.SetPointTolerance(instance, 0.001F * static_cast<float>(++runs_), &error_);
     }
     ~SmallHost() { SysFreeString(name_), SysFreeString(nowhere_); }
 
@@ -123,8 +129,25 @@ private:
     std::string stream_, normals_;
     Soup cube_ = Cube().soup;
     BSTR name_ = SysAllocString(u"a name that is too long for a short string"), nowhere_ = SysAllocString(u"/dev/null");
-    int error_ = 0;
+    int error_ = 0, runs_ = 0;
 };
+
+// Every node is known by its id and has a name of its own.
+void ExpectKnown(ITessera& host, int assembly) {
+    std::set<std::u16string> names;
+    std::vector<int> nodes;
+    int node = 0, kind = 0, error = 0;
+    for (host.GetFirstChild(assembly, &node, &error); error == 1; host.GetNextChild(assembly, &node, &error))
+        nodes.push_back(node);
+    for (const int child : nodes) {
+        BSTR name = nullptr;
+        host.GetNodeName(child, &name, &error);
+        EXPECT_TRUE(error == 1 && names.emplace(name, SysStringLen(name)).second) << child;
+        SysFreeString(name);
+        host.GetNodeType(child, &kind, &error);
+        if (kind == 0) ExpectKnown(host, child);
+    }
+}
 
 TEST_F(Allocation, EachThatFailsIsTold) {
     SmallHost small;
@@ -148,7 +171,9 @@ TEST_F(Allocation, EachThatFailsIsTold) {
         }
         g_failAt = -1;
         // Nothing is broken for what follows.
+        ExpectKnown(*host, 0);
         small.Run(*host);
+        ExpectKnown(*host, 0);
         double area = 0;
         int instances = 0;
         host->GetNumberOfPartInstance(0, &instances, &error);
