@@ -33,6 +33,9 @@ export PKG_CONFIG_PATH
 "$compiler" "${flags[@]}" "$here/main.cpp" -o "$work/host-pc" $(pkg-config --cflags --libs tessera)
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir tessera)${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH} "$work/host-pc"
 
+echo "programs"
+for program in "$prefix"/bin/tessera*; do "$program" --version; done
+
 echo "headers alone"
 # Each installed header must compile by itself, and no OpenGL header may come in with them.
 for header in "$prefix"/include/tessera/*.h; do
