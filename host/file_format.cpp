@@ -115,7 +115,7 @@ FileFormat Recognise(const FileEnds& file) {
     if (extension == "3ds") return FileFormat::k3ds;
     if (extension == "dae") return FileFormat::kCollada;
     if (extension == "3dg") return FileFormat::kTdpm;
-    throw Failure(file.path, "not a model file (known are 3DG, STL, OBJ, PLY, OFF, glTF, GLB, 3DS and DAE)");
+    throw Failure(file.path, "not a model file (known are 3DG, U3D, STL, OBJ, PLY, OFF, glTF, GLB, 3DS and DAE)");
 }
 
 [[noreturn]] void RefuseTruncated(const FileEnds& file, const std::string& why) {

@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <ostream>
 
+#include "number_range.h"
+
 namespace tessera::cli {
 
 namespace {
@@ -46,7 +48,7 @@ void DeclareMeasure(CLI::App& command, CommandLine& line) {
     command
         .add_option("--precision", line.measure.precision,
                     "Fineness of the volume's grid [1]; the time grows with its square, above 1 fourfold")
-        ->check(CLI::Range(0.001, 100.0).description(""))
+        ->check(Between(0.001, 100.0))
         ->option_text("P");
     command
         .add_option_function<std::string>(
@@ -105,6 +107,9 @@ std::optional<int> Parse(int argc, const char* const* argv, CommandLine& line, s
     DeclareConvert(*app.add_subcommand("convert", "Write models to a 3DG, VRML, U3D or section file"), line);
     DeclareInfo(*app.add_subcommand("info", "Print a model's tree, parts, boxes and totals"), line);
     try {
+        const auto isFirst = [argv](const CLI::App* command) { return command->get_name() == argv[1]; };
+        if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isFirst).empty())
+            throw CLI::ValidationError("there is no command \"" + std::string(argv[1]) + "\"");
         app.parse(argc, argv);
         line.command = app.get_subcommands().front()->get_name();
         if (line.command == "convert") OutputFormat(line.convert);

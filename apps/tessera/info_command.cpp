@@ -16,7 +16,8 @@ void Info(const std::string& model, bool json, const Talk& talk) {
     const std::vector<host::LoadedModel> models{source->AddTo(*scene, progress)};
     const host::SceneReport report(*scene, models);
     progress.Clear();
-    const std::string text = json ? report.Json().dump(2) + "\n" : report.Text();
+    const std::string text =
+        json ? report.Json().dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n" : report.Text();
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
 

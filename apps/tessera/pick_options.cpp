@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "number_range.h"
+
 namespace tessera::cli {
 
 void DeclarePickOptions(CLI::App& command, PickOptions& options) {
@@ -15,7 +17,10 @@ void DeclarePickOptions(CLI::App& command, PickOptions& options) {
         ->required();
     const auto choose = [&](const std::string& name) {
         const auto known = kPickNames.find(name);
-        if (known == kPickNames.end()) throw CLI::ValidationError("--what", "does not know \"" + name + "\"");
+        if (known == kPickNames.end())
+            throw CLI::ValidationError("--what", "does not know \"" + name +
+                                                     "\", only instance point edge segment arc "
+                                                     "section-point section-edge");
         options.what = known->second;
     };
     CLI::Option* what =
@@ -25,7 +30,7 @@ void DeclarePickOptions(CLI::App& command, PickOptions& options) {
             ->option_text("NAME");
     command.add_flag("--all", options.all, "Try all of these")->excludes(what);
     command.add_option("--reach", options.reach, "Pixels between the cursor and what is found, at most [9]")
-        ->check(CLI::Range(0.01, 1000.0).description(""))
+        ->check(Between(0.01, 1000.0))
         ->option_text("N");
     command.add_option("-o,--output", options.picture.output, "PNG file that shows what was picked")
         ->option_text("OUT.png");

@@ -8,6 +8,8 @@
 #include <map>
 #include <sstream>
 
+#include "number_range.h"
+
 namespace tessera::cli {
 
 namespace {
@@ -39,6 +41,13 @@ host::Vec3 ParseVector(const std::string& option, std::string_view text) {
     host::Vec3 vector{};
     ParseNumbers(option, text, vector.data(), vector.size());
     return vector;
+}
+
+host::Vec3 ParseDirection(const std::string& option, std::string_view text) {
+    const host::Vec3 direction = ParseVector(option, text);
+    if (std::hypot(direction[0], direction[1], direction[2]) < 1e-6)
+        throw CLI::ValidationError(option, "wants a direction longer than 0.000001");
+    return direction;
 }
 
 host::Rgb ParseColor(const std::string& option, std::string_view text) {
@@ -86,7 +95,7 @@ void DeclareCamera(CLI::App& command, RenderOptions& options) {
         ->needs(eye);
     command
         .add_option_function<std::string>(
-            "--up", [&](const std::string& s) { options.up = ParseVector("--up", s); },
+            "--up", [&](const std::string& s) { options.up = ParseDirection("--up", s); },
             "Direction that points up on the picture. With a view, 0,1,0 takes Y for the world's vertical and 0,0,1 "
             "takes Z; left out, it is Y for a glTF or COLLADA model, else Z")
         ->option_text("X,Y,Z");
@@ -127,11 +136,7 @@ Section ParseSection(const std::string& option, std::string_view text) {
     if (colon == std::string::npos) {
         throw CLI::ValidationError(option, "wants a point, a colon and a normal, not \"" + std::string(text) + "\"");
     }
-    const Section section{ParseVector(option, text.substr(0, colon)), ParseVector(option, text.substr(colon + 1))};
-    if (std::hypot(section.normal[0], section.normal[1], section.normal[2]) < 1e-6) {
-        throw CLI::ValidationError(option, "wants a normal longer than 0.000001");
-    }
-    return section;
+    return {ParseVector(option, text.substr(0, colon)), ParseDirection(option, text.substr(colon + 1))};
 }
 
 void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
@@ -156,7 +161,7 @@ void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
     command
         .add_option("--explode", options.explode,
                     "Move the parts of the topmost assembly away from its middle, by so many times their distance")
-        ->check(CLI::Range(0.0, 100.0).description(""))
+        ->check(Between(0.0, 100.0))
         ->option_text("FACTOR");
     command
         .add_flag("--section-lines", options.sectionLines,
@@ -168,7 +173,7 @@ void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
             "Colour of all surfaces, channels from 0 to 1, in place of the model's own")
         ->option_text("R,G,B");
     command.add_option("--alpha", options.alpha, "Opacity of all surfaces, 0 to 1")
-        ->check(CLI::Range(0.0, 1.0).description(""))
+        ->check(Between(0.0, 1.0))
         ->option_text("A");
     command
         .add_option_function<std::string>(
@@ -176,10 +181,11 @@ void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
             "Colour behind the model; two make a gradient from top to bottom")
         ->option_text("R,G,B[:R,G,B]");
     command
-        .add_option(
-            "--lod", options.lod,
-            "Draw reduced levels, as for this acceleration: 0 chooses by distance alone, 220 leaves no full detail")
-        ->check(CLI::Range(0.0, 220.0).description(""))
+        .add_option("--lod", options.lod,
+                    "Draw reduced levels, opaque and without highlights, as for this acceleration: 0 chooses by "
+                    "distance alone, "
+                    "220 leaves no full detail")
+        ->check(Between(0.0, 220.0))
         ->option_text("ACC");
     command
         .add_option("--texture", options.texture,
@@ -193,7 +199,7 @@ void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     command.add_flag("--immediate", options.immediate, "Draw in immediate mode, not with vertex arrays");
     command.add_option("--device", options.device, "EGL device to draw with, counted from 0; left out, the best one")
-        ->check(CLI::NonNegativeNumber.description(""))
+        ->check(CLI::Range(0, 63).description(""))
         ->option_text("N");
     CLI::Option* quiet = command.add_flag("-q,--quiet", options.talk.quiet, "Say nothing but errors");
     command.add_flag("-v,--verbose", options.talk.verbose, "Tell the OpenGL at work and what takes how long")

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "rehearsal.h"
+#include "standard_streams.h"
 #include "window.h"
 
 namespace {
@@ -50,12 +51,13 @@ int Run(int argc, char** argv) {
         return 0;
     }
     for (const std::string& line : tessera::viewer::Rehearse(options, steps, output)) std::puts(line.c_str());
-    return std::fflush(stdout) == 0 ? 0 : Fail("standard output cannot be written");
+    return tessera::host::IsOutputWritten() ? 0 : Fail("standard output cannot be written");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    tessera::host::HoldStandardStreams();
     try {
         return Run(argc, argv);
     } catch (const std::bad_alloc&) {

@@ -215,6 +215,10 @@ bool Viewer::Frame(int width, int height) {
     if (session_.IsLoading()) glFinish();
     if (session_.Load()) {
         if (wasEmpty) LookFrom(host::View::kIso);
+        // Models that are opened together are shown together.
+        openedTogether_ = wasEmpty || openedTogether_;
+        if (openedTogether_ && !wasEmpty) ShowAll();
+        openedTogether_ = openedTogether_ && session_.IsLoading();
         std::uint64_t triangles = 0;
         for (const host::LoadedModel& model : session_.Models()) triangles += model.TrianglesPlaced();
         if (triangles > kManyTriangles && reduceInMotion_) session_.Reduce();

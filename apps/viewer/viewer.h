@@ -79,6 +79,7 @@ private:
     // ---- panels ----
     std::string filter_;
     std::string dialogPath_;
+    bool openedTogether_ = false;  // with the first model, and not all loaded yet
     bool openDialog_ = false, saveDialog_ = false;
     std::string message_;  // the last failure or success, in the status bar
     int factsOf_ = -1;

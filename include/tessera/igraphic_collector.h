@@ -12,7 +12,9 @@ inline constexpr IID IID_IGraphicDataCollector = {
 // the scene meanwhile.
 class IGraphicDataCollector : public IUnknown {
 public:
-    // Receives one triangle strip of a mesh, or one stretch of a polyline that has one stipple code.
+    // Receives one triangle strip of a mesh, or one stretch of a polyline that has one stipple code. Stretches are told
+    // apart by the code of the point that they start from, and where the code changes from point to point a stretch may
+    // have one point, or one twice.
     // points: count points of three doubles, in world coordinates. color: red, green and blue of the element's external
     // colour, red and blue below 0.15 taken as 0. kind: 0 for a strip, the StippleCode for a stretch of a polyline.
     // flag: always 1. Both arrays are valid during the call only. What the method returns is not looked at.

@@ -305,8 +305,8 @@ public:
 
     // Draws a node with its subtree displaced by the explode matrices, without levels of detail. mode: a DrawKind. On
     // the root selected instances are drawn too, in highlight, last and over a cleared depth buffer. A part instance as
-    // nodeID draws nothing. From here on bound boxes, centres of mass and picks use the displaced places, until the
-    // next Draw. Node call.
+    // nodeID draws nothing. From here on bound boxes, centres of mass, picks and ScanGraphicData use the displaced
+    // places, until the next Draw. Node call.
     virtual HRESULT DrawExplode(int nodeID, int mode, int* errCode) = 0;
 
     // ---- Storage ----
@@ -389,8 +389,8 @@ public:
     virtual HRESULT SetLineStipple(int partID, int code, int* errCode) = 0;
 
     // Sets the opacity of all parts below a node: 1 opaque, 0 invisible. Defaults to 0.99. At or above 0.95 an element
-    // counts as opaque, at or below 0.005 it is not drawn. A level of 1.01 or more is dropped without notice. Node
-    // call.
+    // counts as opaque, at or below 0.005 it is not drawn. A level of 1.01 or more is dropped without notice; one below
+    // 0 is kept as it is. Node call.
     virtual HRESULT SetTransparency(int nodeID, float level, int* errCode) = 0;
 
     // Gives a colour of the part as it was set. Without a part nothing is written. Instance call, as the four that
@@ -555,7 +555,8 @@ public:
 
     // ---- Section plane, levels of detail ----
 
-    // Draws a plane as a translucent grey square over an assembly, with the section lines of all parts below in red.
+    // Draws a plane as a translucent grey square over an assembly, with the section lines of all parts below in red,
+    // or over capped sections in the parts' own colours.
     // ptOfPlane, vectOfPlane: 3 floats each, a point and the normal, world frame; the lines are those of the parts' own
     // section planes. On a part instance it draws nothing. Node call.
     virtual HRESULT DrawClipPlane(int nodeID, float* ptOfPlane, float* vectOfPlane, int* errCode) = 0;
@@ -564,10 +565,11 @@ public:
     // elements that are there; those added later start with clipping off. Node call.
     virtual HRESULT SwitchCrossSectionPlane(int nodeID, LONG status, int* errCode) = 0;
 
-    // Draws like Draw, but parts with levels of detail may be drawn reduced, small and far ones first. acc is added to
-    // a running value: give a positive one while frames are too slow, a negative one when they are fast again. Below
-    // 0.001 it counts only if the last frame reduced something. The value stops at 220, where no part is drawn in full;
-    // ResetAcceleration begins again at 0. Tell SetCamera and SetZoomFactor first. Node call.
+    // Draws like Draw, but parts with levels of detail may be drawn reduced, small and far ones first; a reduced part
+    // is opaque, and shows no selection. acc is added to a running value: give a positive one while frames are too
+    // slow, a negative one when they are fast again. Below 0.001 it counts only if the last frame reduced something.
+    // The value stops at 220, where no part is drawn in full; ResetAcceleration begins again at 0. Tell SetCamera and
+    // SetZoomFactor first. Node call.
     virtual HRESULT DrawLOD(int nodeID, int mode, float acc, int* errCode) = 0;
 
     // Makes two levels of detail for every part of the tree, by the decimator of SetDecimator, with 8 and 2 per cent of
@@ -911,7 +913,9 @@ public:
     // array. TriangleVetexIndexes: three vertex numbers a triangle. NormalsCoordinates, TriangleNormalsIndexes: the
     // same for corner normals, used if hasNormals is VARIANT_TRUE; those of a triangle are computed instead if one is
     // very short, not finite or more than 50 degrees off the facet's. The winding is kept as it is. The colour
-    // arguments and numNormals are not read. Triangles are tested as in AddTriangle3P. Part call; a mesh must be open.
+    // arguments and numNormals are not read. Triangles are tested as in AddTriangle3P, and left out where a vertex
+    // number is out of range. Without normals or their indexes hasNormals counts as false. Part call; a mesh must be
+    // open.
     virtual HRESULT AddTriangles3P3N(int partID, double* VerticesCoordinates, ULONG numVertices,
                                      ULONG* TriangleVetexIndexes, double* NormalsCoordinates, ULONG numNormals,
                                      ULONG* TriangleNormalsIndexes, double* ColorsValues, ULONG numColors,

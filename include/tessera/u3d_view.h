@@ -12,7 +12,7 @@ namespace tessera {
 #pragma pack(push, 1)
 struct U3dView {
     float eye[3];
-    float target[3];  // must differ from eye
+    float target[3];  // where it equals eye the view is written, and shows nothing
     float up[3];      // need not be perpendicular to the line of sight, nor of length 1
     // -1 for a perspective view, anything else for a parallel one; only the low 16 bits count.
     std::int32_t perspective;
@@ -21,7 +21,7 @@ struct U3dView {
 #pragma pack(pop)
 static_assert(sizeof(U3dView) == 40 + sizeof(void*));
 
-// What ITessera::ExportU3D throws when a view cannot be made: one without a name, or with that of another.
+// What ITessera::ExportU3D throws when a view cannot be made: one with the name of another.
 struct TESSERA_API IFXException : std::exception {
     IFXException(HRESULT code, const char* text) noexcept : status(code), message(text) {}
     const char* what() const noexcept override { return message; }

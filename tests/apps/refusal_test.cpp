@@ -120,11 +120,12 @@ TEST_F(RefusalTest, OfWrongUsage) {
         {"render MODEL -o x.png ",
          {"--mode shiny", "--view inside", "--option faces", "--size 100", "--size 0x100", "--size 100x20000",
           "--eye 1,2", "--eye 1,2,nan", "--eye 1,2,3 --view top", "--target 1,2,3", "--parallel --perspective",
-          "--color 1,2,3", "--alpha 1.5", "--background 0,0,0:1", "--cap", "--section-lines"}},
+          "--color 1,2,3", "--alpha 1.5", "--explode nan", "--up 0,0,0", "--background 0,0,0:1", "--cap",
+          "--section-lines"}},
         {"pick MODEL ",
          {"", "--at 5", "--at 5,nan", "--at 5,5 --what face", "--at 5,5 --what arc --all", "--at 5,5 --reach 0"}},
         {"section MODEL ", {"", "--plane 0,0,0", "--plane 0,0,0:0,0,0"}},
-        {"measure MODEL ", {"--precision 0"}},
+        {"measure MODEL ", {"--precision 0", "--precision nan"}},
     };
     for (const auto& [command, lines] : wrong)
         for (const std::string& options : lines) {

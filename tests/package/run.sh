@@ -35,6 +35,10 @@ LD_LIBRARY_PATH=$(pkg-config --variable=libdir tessera)${LD_LIBRARY_PATH:+:$LD_L
 
 echo "programs"
 for program in "$prefix"/bin/tessera*; do "$program" --version; done
+if "$prefix/bin/tessera" --version 2>/dev/null >&-; then
+    echo "output that nobody gets is taken for written" >&2
+    exit 1
+fi
 
 echo "headers alone"
 # Each installed header must compile by itself, and no OpenGL header may come in with them.
