@@ -18,9 +18,9 @@ void DeclarePickOptions(CLI::App& command, PickOptions& options) {
     const auto choose = [&](const std::string& name) {
         const auto known = kPickNames.find(name);
         if (known == kPickNames.end())
-            throw CLI::ValidationError("--what", "does not know \"" + name +
-                                                     "\", only instance point edge segment arc "
-                                                     "section-point section-edge");
+            throw CLI::ValidationError(
+                "--what",
+                "does not know \"" + name + "\", only instance point edge segment arc section-point section-edge");
         options.what = known->second;
     };
     CLI::Option* what =

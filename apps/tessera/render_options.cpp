@@ -183,8 +183,7 @@ void DeclareRenderOptions(CLI::App& command, RenderOptions& options) {
     command
         .add_option("--lod", options.lod,
                     "Draw reduced levels, opaque and without highlights, as for this acceleration: 0 chooses by "
-                    "distance alone, "
-                    "220 leaves no full detail")
+                    "distance alone, 220 leaves no full detail")
         ->check(Between(0.0, 220.0))
         ->option_text("ACC");
     command

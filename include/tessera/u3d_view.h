@@ -12,8 +12,9 @@ namespace tessera {
 #pragma pack(push, 1)
 struct U3dView {
     float eye[3];
-    float target[3];  // where it equals eye the view is written, and shows nothing
-    float up[3];      // need not be perpendicular to the line of sight, nor of length 1
+    // A view that looks from its target, or with an up of no length, is left out.
+    float target[3];
+    float up[3];  // need not be perpendicular to the line of sight, nor of length 1
     // -1 for a perspective view, anything else for a parallel one; only the low 16 bits count.
     std::int32_t perspective;
     const OLECHAR* name;  // zero-terminated

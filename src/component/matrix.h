@@ -12,8 +12,6 @@ namespace tessera {
 class CMatrix {
 public:
     CMatrix() { SetIdentity(); }
-    // The product: first acts before then.
-    CMatrix(const CMatrix& first, const CMatrix& then);
 
     static const CMatrix& Identity();
     void SetIdentity();
@@ -43,13 +41,15 @@ public:
     const double* Inverse() const { return inverse_; }
     float Determinant() const { return determinant_; }
 
+    friend CMatrix operator*(const CMatrix& first, const CMatrix& then) { return {first, then}; }
+
 private:
+    CMatrix(const CMatrix& first, const CMatrix& then);
+
     double m_[16];
     double inverse_[16];
     float determinant_ = 0;  // left by the last Invert
 };
-
-inline CMatrix operator*(const CMatrix& a, const CMatrix& b) { return {a, b}; }
 
 // p times M, with values too small for a normal float flushed to 0.
 Vec3 TransformPoint(const Vec3& p, const CMatrix& matrix);

@@ -10,6 +10,7 @@ namespace tessera {
 // in, and walks through a mesh that the caches do not hold miss fewer address translations.
 void PreferLargePages(void* memory, std::size_t bytes);
 
+// Room for so many items, in large pages where there is enough of it.
 template <class T>
 void ReserveLarge(std::vector<T>& array, std::size_t count) {
     if (count <= array.capacity()) return;

@@ -89,9 +89,9 @@ public:
         put(stream_, '\7', 1.F, 1.F, 1.F, 2, 0.F, 0.F, 0.F, '\0', 1.F, 1.F, 1.F, '\0', '\21');
         put(normals_, 1, 0.F, 0.F, 1.F);
     }
-    bool exporting = false;  // or doing what goes before that
+    bool making = false;  // it is where a host is told by ComError
     void Run(ITessera& host) {
-        exporting = true;
+        making = true;
         int frame = 0, part = 0, instance = 0;
         host.CreateAssembly(&frame), host.CreatePart(&part), host.CreatePartInstance(&instance);
         host.SetParent(frame, 0, &error_), host.SetNodeName(frame, name_, &error_);
@@ -116,7 +116,7 @@ public:
         host.WriteTDPM(nowhere_, &error_), host.SaveCrossSection(nowhere_, &error_);
         host.WriteVRML(nowhere_), host.WriteVRML_2(nowhere_);
         host.ExportU3D(nowhere_, nullptr, 0, VARIANT_TRUE);
-        exporting = false;
+        making = false;
         double volume = 0;
         host.SetVolumePrecision(0, 0.01F, &error_), host.GetVolume(0, &volume, &error_);
         host.SwitchCrossSectionPlane(0, 1, &error_), host.SetThresholdAngle(0, 10, &error_);
@@ -166,7 +166,7 @@ TEST_F(Allocation, EachThatFailsIsTold) {
         } catch (const std::bad_alloc& thrown) {
             g_failAt = -1;
             failed = true;
-            EXPECT_EQ(dynamic_cast<const ComError*>(&thrown) != nullptr, small.exporting) << n;
+            EXPECT_EQ(dynamic_cast<const ComError*>(&thrown) != nullptr, small.making) << n;
             ++told;
         }
         g_failAt = -1;
